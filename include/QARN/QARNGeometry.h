@@ -3,6 +3,20 @@
 
 // Every public class of the library.
 #include <QARN/Exception.h>
+#include <QARN/Geometry/ThreeDimensional/AffineMap.h>
+#include <QARN/Geometry/ThreeDimensional/BinarySpacePartition/Object.h>
+#include <QARN/Geometry/ThreeDimensional/BoundingBoxAA.h>
+#include <QARN/Geometry/ThreeDimensional/LinearMap.h>
+#include <QARN/Geometry/ThreeDimensional/Plane.h>
+#include <QARN/Geometry/ThreeDimensional/Point.h>
+#include <QARN/Geometry/ThreeDimensional/Quaternion.h>
+#include <QARN/Geometry/ThreeDimensional/Utility/Utility.h>
+#include <QARN/Geometry/ThreeDimensional/Vector.h>
+#include <QARN/Geometry/TwoDimensional/BoundingBoxAA.h>
+#include <QARN/Geometry/TwoDimensional/DefaultLinearMaps.h>
+#include <QARN/Geometry/TwoDimensional/LinearMap.h>
+#include <QARN/Geometry/TwoDimensional/Point.h>
+#include <QARN/Geometry/TwoDimensional/Vector.h>
 #include <QARN/IOFailure.h>
 #include <QARN/Progress/ProgressListener.h>
 #include <QARN/Progress/ProgressTerminator.h>
