@@ -11,7 +11,7 @@ cmake -S . -B build/fuzz -DCMAKE_BUILD_TYPE=RelWithDebInfo -DCMAKE_CXX_COMPILER=
   "-DCMAKE_CXX_FLAGS=-fsanitize=fuzzer-no-link,address,undefined -fno-sanitize-recover=all" \
   -DQARN_BUILD_FUZZ=ON -DQARN_BUILD_TESTS=OFF -DQARN_BUILD_TOOLS=OFF -DQARN_BUILD_EXAMPLES=OFF \
   "${launcher[@]}" >/dev/null
-cmake --build build/fuzz -j "$(nproc)"
+cmake --build build/fuzz -j "$(nproc)" >/dev/null
 shopt -s nullglob
 for source in fuzz/fuzz_*.cpp; do
   name=$(basename "$source" .cpp)

