@@ -16,6 +16,10 @@ run_suite() {
     ctest --test-dir "$dir" -j "$jobs" --output-on-failure
 }
 
+if [ -n "${QARN_FUZZ_SECONDS:-}" ]; then
+  bash scripts/fuzz.sh "$QARN_FUZZ_SECONDS"
+fi
+
 echo "== Optimised build (RelWithDebInfo)"
 run_suite build/release RelWithDebInfo ""
 echo "== Sanitized build (address, undefined)"
