@@ -15,9 +15,10 @@ constexpr std::uint32_t iterationLimit = 0x40000;
 
 // Conjugate gradients in the textbook form
 //   p = r (first) or r + (rᵀr / r_prevᵀr_prev)·p;  α = rᵀr / pᵀAp;  x += α·p;  r -= α·Ap
-// with the residual recurred, never recomputed from b - A·x. Each iteration forms A·p once and
-// reuses rᵀr from the norm of the previous residual; every sum runs in index order from 0.0, so
-// the iterates are bitwise those of the formulation that builds each vector separately.
+// with the residual recurred, never recomputed from b - A·x. Each iteration forms A·p once
+// (together with pᵀAp) and reuses rᵀr from the norm of the previous residual; every sum runs in
+// index order from 0.0, so the iterates are bitwise those of the formulation that builds each
+// vector separately.
 bool Utility::solve(SparseMatrix const& A, Vector& x, Vector const& b, std::uint32_t* iterations,
                     ProgressListener* listener, ProgressTerminator*) {
   if (listener != nullptr)
@@ -59,10 +60,16 @@ bool Utility::solve(SparseMatrix const& A, Vector& x, Vector const& b, std::uint
       for (std::uint32_t i = 0; i < n; ++i)
         p[i] = r[i] + beta * p[i];
     }
-    A.multiply(p, ap);
+    // A·p and pᵀ(A·p) in one pass: entry i of the product is complete before it is summed.
     double pAp = 0.0;
-    for (std::uint32_t i = 0; i < n; ++i)
-      pAp += p[i] * ap[i];
+    for (std::uint32_t i = 0; i < n; ++i) {
+      SparseMatrix::Row const& row = A.rowTable[i];
+      double sum = 0.0;
+      for (std::uint32_t e = 0; e < row.count; ++e)
+        sum += row.values[e] * p[row.indices[e]];
+      ap[i] = sum;
+      pAp += p[i] * sum;
+    }
     double const alpha = rr / pAp;
     double rrNext = 0.0;
     for (std::uint32_t i = 0; i < n; ++i) {
