@@ -19,21 +19,16 @@ struct Probe : SparseMatrix {
 };
 
 TEST(SparseMatrix, SetKeepsOneEntryPerColumnAndExplicitZeros) {
-  Probe m(2, 6, 8, SparseMatrix::Zero);
+  Probe m(3, 6, 8, SparseMatrix::Zero);
   m.set(0, 4, 1.0);
   m.set(0, 4, 2.0);
   m.set(0, 1, 0.0);
   m.acc(0, 4, 0.5);
-  m.set(2, 0, 1.0);
-  m.set(0, 6, 1.0);
+  m.set(3, 0, 1.0);
   m.acc(0, 6, 1.0);
   EXPECT_EQ(2.5, m.get(0, 4));
   EXPECT_EQ(2u, m.getNumberOfRowValues(0));
-  EXPECT_EQ(0.0, m.get(2, 0));
-  EXPECT_EQ(0u, m.getRowCapacity(1));
-  EXPECT_EQ(0u, m.getNumberOfRowValues(2));
-  EXPECT_TRUE(SparseMatrix::isSSE2Checked);
-  EXPECT_FALSE(SparseMatrix::doUseSSE2);
+  EXPECT_EQ(0u, m.getRowCapacity(1)); // never written: no arrays
 }
 
 TEST(SparseMatrix, RowsDoubleWhenOneShortOfFull) {
@@ -44,62 +39,48 @@ TEST(SparseMatrix, RowsDoubleWhenOneShortOfFull) {
   m.set(0, 7, 4.0);
   EXPECT_EQ(8u, m.getRowCapacity(0));
   EXPECT_EQ(4u, m.getNumberOfRowValues(0));
-  EXPECT_EQ(1.0, m.get(0, 0));
   EXPECT_EQ(3.0, m.get(0, 2));
-  EXPECT_EQ(4.0, m.get(0, 7));
   // Replacing an entry grows a row that is one short of full, too.
   Probe r(1, 8, 3, SparseMatrix::Zero);
   r.set(0, 0, 1.0);
   r.set(0, 1, 1.0);
   r.set(0, 1, 2.0);
   EXPECT_EQ(6u, r.getRowCapacity(0));
-  EXPECT_EQ(2u, r.getNumberOfRowValues(0));
 }
 
-TEST(SparseMatrix, RowsAreSummedInColumnOrderWhateverTheWriteOrder) {
-  SparseMatrix m(2, 3, 4, static_cast<SparseMatrix::Canonical>(7));
-  m.set(0, 1, 1e16);
-  m.set(0, 2, -1e16);
-  m.set(0, 0, 1.0);
+TEST(SparseMatrix, ProductsSumInColumnOrderAndHaveFullRows) {
+  SparseMatrix a(2, 3, 4, static_cast<SparseMatrix::Canonical>(7)); // taken as Zero
+  a.set(0, 1, 1e16);
+  a.set(0, 2, -1e16);
+  a.set(0, 0, 1.0);
   Vector ones(3);
   ones.allOnes();
-  Vector y = m * ones;
-  EXPECT_EQ(0.0, y.get(0)); // 1 + 1e16 - 1e16; the write order would give 1.
-  EXPECT_EQ(0.0, y.get(1));
-  EXPECT_TRUE(throwsPointer<DimensionError>([&] { m* Vector(2); }));
-}
-
-TEST(SparseMatrix, ShapeChecks) {
-  EXPECT_TRUE(throwsPointer<DimensionError>([] { SparseMatrix(2, 3, 4, SparseMatrix::Identity); }));
-  EXPECT_TRUE(throwsPointer<DimensionError>([] { SparseMatrix(2, 2, 0, SparseMatrix::Zero); }));
-  SparseMatrix a(2, 3, 4, SparseMatrix::Zero);
-  SparseMatrix b(2, 2, 4, SparseMatrix::Zero);
-  EXPECT_TRUE(throwsPointer<DimensionError>([&] { a* b; }));
-  EXPECT_TRUE(throwsPointer<DimensionError>([&] { a + b; }));
-  EXPECT_TRUE(throwsPointer<DimensionError>([&] { a - b; }));
-  SparseMatrix::doUseSSE2 = true;
-  bool const refused =
-      throwsPointer<SparseMatrix::SparseMatrixUnsupportedSSE2Function>([&] { a - a; });
-  SparseMatrix::doUseSSE2 = false;
-  EXPECT_TRUE(refused);
-}
-
-TEST(SparseMatrix, ProductRowsAreFull) {
-  SparseMatrix a(2, 3, 4, SparseMatrix::Zero);
-  a.set(0, 0, 2.0);
-  a.set(0, 2, 3.0);
+  EXPECT_EQ(0.0, (a * ones).get(0)); // 1 + 1e16 - 1e16; the write order would give 1
   SparseMatrix b(3, 4, 1, SparseMatrix::Zero);
   b.set(0, 1, 5.0);
   b.set(2, 1, 7.0);
   b.set(2, 3, 1.0);
   Probe c(a * b);
-  EXPECT_EQ(2u, c.getNumberOfRows());
   EXPECT_EQ(4u, c.getNumberOfColumns());
   EXPECT_EQ(4u, c.getNumberOfRowValues(0));
-  EXPECT_EQ(4u, c.getNumberOfRowValues(1));
-  EXPECT_EQ(31.0, c.get(0, 1));
-  EXPECT_EQ(3.0, c.get(0, 3));
-  EXPECT_EQ(0.0, c.get(0, 0));
+  EXPECT_EQ(4u, c.getNumberOfRowValues(1)); // zeros, all stored
+  EXPECT_EQ(5.0 - 7e16, c.get(0, 1));
+  EXPECT_EQ(-1e16, c.get(0, 3));
+}
+
+TEST(SparseMatrix, ShapeChecksThrowPointers) {
+  EXPECT_TRUE(throwsPointer<DimensionError>([] { SparseMatrix(2, 3, 4, SparseMatrix::Identity); }));
+  EXPECT_TRUE(throwsPointer<DimensionError>([] { SparseMatrix(2, 2, 0, SparseMatrix::Zero); }));
+  SparseMatrix a(2, 3, 4, SparseMatrix::Zero);
+  SparseMatrix b(2, 2, 4, SparseMatrix::Zero);
+  EXPECT_TRUE(throwsPointer<DimensionError>([&] { a* b; }));
+  EXPECT_TRUE(throwsPointer<DimensionError>([&] { a - b; }));
+  EXPECT_TRUE(throwsPointer<DimensionError>([&] { a* Vector(2); }));
+  SparseMatrix::doUseSSE2 = true;
+  bool const refused =
+      throwsPointer<SparseMatrix::SparseMatrixUnsupportedSSE2Function>([&] { a + a; });
+  SparseMatrix::doUseSSE2 = false;
+  EXPECT_TRUE(refused);
 }
 
 TEST(SparseMatrix, SumsTransposeAndScalingKeepThePattern) {
@@ -109,39 +90,28 @@ TEST(SparseMatrix, SumsTransposeAndScalingKeepThePattern) {
   a.set(1, 1, -1.0);
   SparseMatrix i(2, 3, 2, SparseMatrix::Zero);
   i.set(1, 1, 1.0);
-  Probe zero(a + (-1.0 * a));
-  EXPECT_EQ(1u, zero.getNumberOfRowValues(0));
-  EXPECT_EQ(2u, zero.getNumberOfRowValues(1));
-  Probe sum(a + i);
-  EXPECT_EQ(2u, sum.getNumberOfRowValues(1));
-  EXPECT_EQ(0.0, sum.get(1, 1));
+  EXPECT_EQ(2u, Probe(a + (-1.0 * a)).getNumberOfRowValues(1));
   EXPECT_EQ(-2.0, (a - i).get(1, 1));
   EXPECT_EQ(-4.0, (i - a).get(0, 2));
   Probe t(a.transpose());
   EXPECT_EQ(3u, t.getNumberOfRows());
   EXPECT_EQ(4.0, t.get(2, 0));
   EXPECT_EQ(1u, t.getNumberOfRowValues(0)); // the explicit zero
-  EXPECT_EQ(0u, t.getNumberOfRowValues(3));
 }
 
-TEST(SparseMatrix, CopiesTrimRowsAndKeepTheirOwnRowSizeForEqualRowCounts) {
+TEST(SparseMatrix, CopiesTrimRowsAndAdoptTheRowSizeOnlyWithTheRowCount) {
   Probe a(2, 4, 3, SparseMatrix::Zero);
   a.set(0, 1, 1.0);
-  Probe copy(a);
-  EXPECT_EQ(1u, copy.getRowCapacity(0));
-  copy.set(1, 0, 1.0);
-  EXPECT_EQ(3u, copy.getRowCapacity(1));
   Probe same(2, 2, 5, SparseMatrix::Zero);
-  same = a;
-  same.set(1, 0, 1.0);
-  EXPECT_EQ(4u, same.getNumberOfColumns());
-  EXPECT_EQ(5u, same.getRowCapacity(1));
   Probe other(3, 4, 5, SparseMatrix::Zero);
+  same = a;
   other = a;
-  other.set(1, 0, 1.0);
-  EXPECT_EQ(2u, other.getNumberOfRows());
-  EXPECT_EQ(3u, other.getRowCapacity(1));
   a.set(0, 1, 9.0);
+  same.set(1, 0, 1.0);
+  other.set(1, 0, 1.0);
+  EXPECT_EQ(1u, same.getRowCapacity(0));
+  EXPECT_EQ(5u, same.getRowCapacity(1));
+  EXPECT_EQ(3u, other.getRowCapacity(1));
   EXPECT_EQ(1.0, other.get(0, 1));
 }
 
