@@ -18,6 +18,10 @@
 #include <QARN/Geometry/TwoDimensional/Point.h>
 #include <QARN/Geometry/TwoDimensional/Vector.h>
 #include <QARN/IOFailure.h>
+#include <QARN/LinearAlgebra/RowVector.h>
+#include <QARN/LinearAlgebra/SparseMatrix.h>
+#include <QARN/LinearAlgebra/Utility.h>
+#include <QARN/LinearAlgebra/Vector.h>
 #include <QARN/Progress/ProgressListener.h>
 #include <QARN/Progress/ProgressTerminator.h>
 
