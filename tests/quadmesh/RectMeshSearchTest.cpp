@@ -22,7 +22,11 @@ Vector const down(0, 0, -1);
 
 class RectMeshSearch : public ::testing::Test {
 protected:
-  void TearDown() override { Status::setIntersectionQualityMode(Status::FacingThenNearest); }
+  void TearDown() override {
+    Status::setIntersectionQualityMode(Status::FacingThenNearest);
+    RectMesh::searchDivideByNTimes = 4;
+    RectMesh::maxDoNMoreTimes = 0;
+  }
 
   /// Makes the next search start its walk at quad q.
   static void startAt(RectMesh& mesh, GridPoint const& q) {
@@ -252,14 +256,20 @@ TEST_F(RectMeshSearch, FullSearchFindsQuadsAcrossHoles) {
   for (int v = 10; v < 30; ++v)
     for (int u = 20; u < 50; ++u)
       mesh.setPointValidity(GridPoint(u, v), false);
-  for (Point const& probe :
-       {Point(5.3, 40.8, 3), Point(60.2, 2.7, 3), Point(33.6, 42.1, 3), Point(55.1, 20.4, 3)}) {
-    Status const s = mesh.getIntersectionStatus(probe, down, true);
-    ASSERT_TRUE(s.getIsValid());
-    EXPECT_EQ(GridPoint(static_cast<int>(probe.getX()), static_cast<int>(probe.getY())),
-              s.getIndices());
-  }
-  EXPECT_FALSE(mesh.getIntersectionStatus(Point(30.5, 20.2, 3), down, true).getIsValid());
+  // Samples per pass: 1 (from 0 and from 2), 4, 9 and 100; with and without extra passes.
+  for (std::uint32_t samples : {0u, 2u, 4u, 9u, 100u})
+    for (std::uint32_t morePasses : {0u, 3u}) {
+      RectMesh::searchDivideByNTimes = samples;
+      mesh.setMaxDoNMoreTimes(morePasses);
+      for (Point const& probe :
+           {Point(5.3, 40.8, 3), Point(60.2, 2.7, 3), Point(33.6, 42.1, 3), Point(55.1, 20.4, 3)}) {
+        Status const s = mesh.getIntersectionStatus(probe, down, true);
+        ASSERT_TRUE(s.getIsValid()) << samples << " " << morePasses;
+        EXPECT_EQ(GridPoint(static_cast<int>(probe.getX()), static_cast<int>(probe.getY())),
+                  s.getIndices());
+      }
+      EXPECT_FALSE(mesh.getIntersectionStatus(Point(30.5, 20.2, 3), down, true).getIsValid());
+    }
 }
 
 /// A smooth height field with unit spacing in x and y.
