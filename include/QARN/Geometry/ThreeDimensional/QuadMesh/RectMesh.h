@@ -11,6 +11,7 @@
 #include <QARN/Geometry/TwoDimensional/Vector.h>
 #include <QARN/Progress/ProgressListener.h>
 
+#include <cstddef>
 #include <cstdint>
 #include <memory>
 #include <string>
