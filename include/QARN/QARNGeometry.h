@@ -9,6 +9,15 @@
 #include <QARN/Geometry/ThreeDimensional/LinearMap.h>
 #include <QARN/Geometry/ThreeDimensional/Plane.h>
 #include <QARN/Geometry/ThreeDimensional/Point.h>
+#include <QARN/Geometry/ThreeDimensional/QuadMesh/Edge.h>
+#include <QARN/Geometry/ThreeDimensional/QuadMesh/LinearScaleRectMesh.h>
+#include <QARN/Geometry/ThreeDimensional/QuadMesh/QuadIndicesEllipseIntersectionInfo.h>
+#include <QARN/Geometry/ThreeDimensional/QuadMesh/QuadIndicesIntersectionStatus.h>
+#include <QARN/Geometry/ThreeDimensional/QuadMesh/QuadIntersectionData.h>
+#include <QARN/Geometry/ThreeDimensional/QuadMesh/QuadSearchFailure.h>
+#include <QARN/Geometry/ThreeDimensional/QuadMesh/QuadValidityGenerator.h>
+#include <QARN/Geometry/ThreeDimensional/QuadMesh/RectMesh.h>
+#include <QARN/Geometry/ThreeDimensional/QuadMesh/TransformedRectMesh.h>
 #include <QARN/Geometry/ThreeDimensional/Quaternion.h>
 #include <QARN/Geometry/ThreeDimensional/Utility/Utility.h>
 #include <QARN/Geometry/ThreeDimensional/Vector.h>
