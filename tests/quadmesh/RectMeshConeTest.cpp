@@ -1,7 +1,5 @@
 #include "QuadMeshTestSupport.h"
 
-#include <QARN/Geometry/ThreeDimensional/QuadMesh/QuadIndicesEllipseIntersectionInfo.h>
-
 #include <gtest/gtest.h>
 
 #include <cmath>
@@ -35,53 +33,42 @@ int cells(double x) {
 
 } // namespace
 
-TEST(RectMeshCone, UnitQuadsAndSubdivisions) {
+TEST(RectMeshCone, UnitQuadsSubdivisionsAndRefusals) {
   RectMesh const mesh = flatPlane(1.0);
   QuadIndicesEllipseIntersectionInfo info;
   Vector const U(1, 0, 0), V(0, -1, 0); // central beam along −z
   ASSERT_TRUE(mesh.getConeIntersection(Point(0, 0, 1), U, V, 2.0, 0.5, GridPoint(5, 5), 1, info));
   expectFootprint(info, GridPoint(5, 5), Cells(1, 0), Cells(0, -1), Cells(-1, 0), Cells(0, 1));
-  EXPECT_EQ(info.getUnity(), 1);
   ASSERT_TRUE(mesh.getConeIntersection(Point(0, 0, 1), U, V, 2.0, 0.5, GridPoint(5, 5), 4, info));
   expectFootprint(info, GridPoint(20, 20), Cells(4, 0), Cells(0, -4), Cells(-4, 0), Cells(0, 4));
-  // Almost parallel side rays from the centre give an empty footprint.
-  ASSERT_TRUE(mesh.getConeIntersection(Point(0, 0, 1), U, V, 1e9, 0.0, GridPoint(5, 5), 4, info));
-  expectFootprint(info, GridPoint(20, 20), Cells(), Cells(), Cells(), Cells());
-
-  // Invalid quads (outside the grid) and beams parallel to the plane leave info untouched.
-  EXPECT_FALSE(mesh.getConeIntersection(Point(0, 0, 1), U, V, 2.0, 0.5, GridPoint(10, 3), 1, info));
-  EXPECT_FALSE(mesh.getConeIntersection(Point(0, 0, 1), U, Vector(0, 0, 1), 2.0, 0.5,
-                                        GridPoint(5, 5), 1, info));
+  EXPECT_EQ(info.getUnity(), 4);
+  // An invalid quad and a beam parallel to the plane leave info untouched.
+  EXPECT_FALSE(mesh.getConeIntersection(Point(0, 0, 1), U, V, 2, 0.5, GridPoint(10, 3), 1, info));
+  EXPECT_FALSE(mesh.getConeIntersection(Point(0, 0, 1), U, Vector(0, 0, 1), 2, 0.5, GridPoint(5, 5),
+                                        1, info));
   EXPECT_EQ(info.getCentre(), GridPoint(20, 20));
 }
 
-TEST(RectMeshCone, NormalIncidenceGivesCircle) {
-  // Height 10, tan(half-angle) 0.37: radius 3.7 = 118.4 cells of 1/64 of a 2-unit quad.
+TEST(RectMeshCone, CircleAndEllipseOnPlane) {
+  // Quads of 2 units in 64 × 64 cells: 32 cells per unit length.
   RectMesh const mesh = flatPlane(2.0);
   QuadIndicesEllipseIntersectionInfo info;
+  // Normal incidence from height 10 with tan(half-angle) 0.37: a circle of radius 3.7. Quad
+  // (3, 6) has its corner at (−4, 2), so the foot lies (3.15, −1.55) quads away; −99.2 cells
+  // truncate towards zero.
   ASSERT_TRUE(mesh.getConeIntersection(Point(2.3, -1.1, 10), Vector(1, 0, 0), Vector(0, -1, 0),
                                        1.0 / 0.37, 0.0, GridPoint(3, 6), 64, info));
-  // Quad (3, 6) has its corner at (−4, 2): the foot lies (3.15, −1.55) quads away, and the
-  // negative offset truncates towards zero (−99.2 → −99).
   expectFootprint(info, GridPoint(3 * 64 + 201, 6 * 64 - 99), Cells(118, 0), Cells(0, -118),
                   Cells(-118, 0), Cells(0, 118));
-}
 
-TEST(RectMeshCone, TiltedBeamGivesKnownEllipse) {
-  // Beam tilted by θ in the xz plane from height d; side rays at ±α about it.
-  double const theta = 0.4363323129985824; // 25°
-  double const tanAlpha = 0.2;
-  double const d = 8.0;
-  double const alpha = std::atan(tanAlpha);
-  Vector const U(std::cos(theta), 0, std::sin(theta)), V(0, -1, 0);
-  RectMesh const mesh = flatPlane(2.0);
-  QuadIndicesEllipseIntersectionInfo info;
-  ASSERT_TRUE(mesh.getConeIntersection(Point(0, 0, d), U, V, 1.0 / tanAlpha, 0.0, GridPoint(5, 5),
-                                       64, info));
-  double const k = 64 / 2.0; // cells per unit length
+  // A beam tilted by θ in the xz plane from height d: the side rays in that plane meet it at
+  // d·tan(θ ± α), the others d·tan(α)/cos(θ) to either side of the foot.
+  double const theta = 0.4363323129985824, alpha = std::atan(0.2), d = 8.0;
+  ASSERT_TRUE(mesh.getConeIntersection(Point(0, 0, d), Vector(std::cos(theta), 0, std::sin(theta)),
+                                       Vector(0, -1, 0), 5.0, 0.0, GridPoint(5, 5), 64, info));
   double const foot = d * std::tan(theta);
-  int const minor = cells(k * d * tanAlpha / std::cos(theta));
-  expectFootprint(info, GridPoint(5 * 64 + cells(k * foot), 5 * 64),
-                  Cells(cells(k * (d * std::tan(theta + alpha) - foot)), 0), Cells(0, -minor),
-                  Cells(cells(k * (d * std::tan(theta - alpha) - foot)), 0), Cells(0, minor));
+  int const minor = cells(32 * d * 0.2 / std::cos(theta));
+  expectFootprint(info, GridPoint(5 * 64 + cells(32 * foot), 5 * 64),
+                  Cells(cells(32 * (d * std::tan(theta + alpha) - foot)), 0), Cells(0, -minor),
+                  Cells(cells(32 * (d * std::tan(theta - alpha) - foot)), 0), Cells(0, minor));
 }
