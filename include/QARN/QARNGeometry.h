@@ -9,6 +9,8 @@
 #include <QARN/Geometry/ThreeDimensional/LinearMap.h>
 #include <QARN/Geometry/ThreeDimensional/Plane.h>
 #include <QARN/Geometry/ThreeDimensional/Point.h>
+#include <QARN/Geometry/ThreeDimensional/QuadMesh/CanonicalAxis.h>
+#include <QARN/Geometry/ThreeDimensional/QuadMesh/CanonicalPlane.h>
 #include <QARN/Geometry/ThreeDimensional/QuadMesh/Edge.h>
 #include <QARN/Geometry/ThreeDimensional/QuadMesh/LinearScaleRectMesh.h>
 #include <QARN/Geometry/ThreeDimensional/QuadMesh/QuadIndicesEllipseIntersectionInfo.h>
