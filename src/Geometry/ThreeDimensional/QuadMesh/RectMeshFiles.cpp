@@ -40,8 +40,10 @@ std::uint64_t getU64(unsigned char const* b) {
 }
 
 void putU32(unsigned char* b, std::uint32_t x) {
-  for (int i = 0; i < 4; ++i)
-    b[i] = static_cast<unsigned char>(x >> (8 * i));
+  b[0] = static_cast<unsigned char>(x);
+  b[1] = static_cast<unsigned char>(x >> 8);
+  b[2] = static_cast<unsigned char>(x >> 16);
+  b[3] = static_cast<unsigned char>(x >> 24);
 }
 
 void putU64(unsigned char* b, std::uint64_t x) {
@@ -184,30 +186,18 @@ void readPointBlock(std::istream& in, std::uint64_t records, int U, int V, HasRe
 /// Collects output bytes and writes them to the stream in large chunks.
 class BlockWriter {
 public:
-  explicit BlockWriter(std::ostream& out) : out(out), buffer(blockSize) {}
+  /// A buffer of up to blockSize bytes, no larger than the expected output.
+  BlockWriter(std::ostream& out, std::uint64_t expected)
+      : out(out), buffer(static_cast<std::size_t>(std::min<std::uint64_t>(expected, blockSize))) {}
   ~BlockWriter() { flush(); }
 
-  /// Room for n ≤ blockSize bytes at the end of the buffer.
+  /// Room for n bytes (at most the buffer size) at the end of the buffer.
   unsigned char* reserve(std::size_t n) {
     if (used + n > buffer.size())
       flush();
     unsigned char* const b = buffer.data() + used;
     used += n;
     return b;
-  }
-
-  /// Appends n bytes of any length.
-  void put(void const* bytes, std::size_t n) {
-    auto const* b = static_cast<unsigned char const*>(bytes);
-    while (n > 0) {
-      if (used == buffer.size())
-        flush();
-      std::size_t const chunk = std::min(n, buffer.size() - used);
-      std::memcpy(buffer.data() + used, b, chunk);
-      used += chunk;
-      b += chunk;
-      n -= chunk;
-    }
   }
 
   void flush() {
@@ -241,19 +231,26 @@ std::uint64_t getPointCount(TwoDimensional::Vector<std::uint32_t> const& extents
 /// Calls visit(p) for every grid point p, v outer and u inner.
 template <typename Visit>
 void forEachGridPoint(TwoDimensional::Vector<std::uint32_t> const& extents, Visit visit) {
-  for (std::int64_t v = 0; v <= std::int64_t(extents.getdV()); ++v)
-    for (std::int64_t u = 0; u <= std::int64_t(extents.getdU()); ++u)
-      visit(GridPoint(static_cast<int>(u), static_cast<int>(v)));
+  GridPoint p;
+  for (std::int64_t v = 0; v <= std::int64_t(extents.getdV()); ++v) {
+    p.setV(static_cast<int>(v));
+    for (std::int64_t u = 0; u <= std::int64_t(extents.getdU()); ++u) {
+      p.setU(static_cast<int>(u));
+      visit(p);
+    }
+  }
 }
 
-/// x, y and z of every valid point as read through the virtual getPoint, v outer and u inner.
-template <typename Coordinate>
-void writePoints(RectMesh const& mesh, ProgressListener* listener, std::uint64_t total,
+/// x, y and z of every point for which isValid holds, read through the virtual getPoint, v
+/// outer and u inner.
+template <typename Coordinate, typename IsValid>
+void writePoints(RectMesh const& mesh, IsValid isValid, ProgressListener* listener,
                  BlockWriter& writer) {
-  ProgressStage stage(listener, "Writing quad points...", total);
+  TwoDimensional::Vector<std::uint32_t> const extents = mesh.getExtents();
+  ProgressStage stage(listener, "Writing quad points...", getPointCount(extents));
   std::uint64_t count = 0;
-  forEachGridPoint(mesh.getExtents(), [&](GridPoint const& p) {
-    if (mesh.getIsPointValid(p)) {
+  forEachGridPoint(extents, [&](GridPoint const& p) {
+    if (isValid(p)) {
       Point const x = mesh.getPoint(p);
       unsigned char* const b = writer.reserve(3 * Coordinate::width);
       Coordinate::put(b, x.getX());
@@ -284,7 +281,8 @@ void RectMesh::save(char const* fileName) {
   if (!out)
     throw IOFailure("Quad-mesh file open failure.");
   std::uint32_t const type = getCoordinateDataType();
-  BlockWriter writer(out);
+  std::uint64_t const total = getPointCount(extents);
+  BlockWriter writer(out, headerSizeV0 + 4 + total * (1 + 3 * sizeof(double)));
   unsigned char* const header = writer.reserve(headerSizeV0 + 4);
   std::memset(header, 0, headerSizeV0 + 4);
   std::memcpy(header, quadsMagic, sizeof quadsMagic);
@@ -296,22 +294,23 @@ void RectMesh::save(char const* fileName) {
   putF64(header + 156, minQuadArea);
   putF64(header + 164, maxQuadArea);
   putU32(header + 172, type);
-  std::uint64_t const total = getPointCount(extents);
   ProgressStage flagStage(progressListener, "Writing point flags...", total);
   std::uint64_t count = 0;
   forEachGridPoint(extents, [&](GridPoint const& p) {
-    *writer.reserve(1) = static_cast<unsigned char>(getPointFlags(p));
+    // An empty mesh is written as one invalid point.
+    *writer.reserve(1) = pointRows.empty() ? 0 : flagRows[p.getV()][p.getU()];
     flagStage.step(count++);
   });
+  auto const isValid = [this](GridPoint const& p) { return getIsValidAt(p.getU(), p.getV()); };
   switch (type) {
   case QuadFileHeader::Double:
-    writePoints<DoubleCoordinate>(*this, progressListener, total, writer);
+    writePoints<DoubleCoordinate>(*this, isValid, progressListener, writer);
     break;
   case QuadFileHeader::Float:
-    writePoints<FloatCoordinate>(*this, progressListener, total, writer);
+    writePoints<FloatCoordinate>(*this, isValid, progressListener, writer);
     break;
   case QuadFileHeader::Int:
-    writePoints<IntCoordinate>(*this, progressListener, total, writer);
+    writePoints<IntCoordinate>(*this, isValid, progressListener, writer);
     break;
   default:
     throw Exception("Unsupported coordinate data-type.");
