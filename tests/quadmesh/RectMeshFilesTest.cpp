@@ -277,6 +277,31 @@ TEST(RectMeshFiles, SaveChoosesTheFormatByNameAndReportsOpenFailures) {
   EXPECT_EQ(tempPath("a.quads.obj"), mesh.getFileName());
 }
 
+TEST(RectMeshFiles, QuadAreaDistributionUsesTheStoredStatistics) {
+  // Quads of area 1 and 2, stored as min 1, max 2, mean 1.5: they fall in the first and last bin.
+  Bytes file = header(1, "", 2, 1, 1.5, 1.0, 2.0);
+  put(file, 0u);
+  file.insert(file.end(), 6, 1);
+  for (Point const& p : {Point(0, 0, 0), Point(1, 0, 0), Point(2, 0, 0), Point(0, 1, 0),
+                         Point(1, 1, 0), Point(2, 3, 0)})
+    pointRecord(file, p);
+  std::string const path = tempPath("areas.quads");
+  writeFile(path, file);
+  RectMesh mesh;
+  mesh.load(path.c_str());
+  mesh.saveQuadAreaDistribution(tempPath("areas.txt"));
+  std::ifstream in(tempPath("areas.txt"));
+  std::vector<std::string> lines;
+  for (std::string line; std::getline(in, line);)
+    lines.push_back(line);
+  ASSERT_EQ(1024u, lines.size());
+  EXPECT_EQ("0.666992 0.5", lines[0]);
+  EXPECT_EQ("0.667643 0", lines[1]);
+  EXPECT_EQ("1.33301 0.5", lines[1023]);
+  EXPECT_EQ("Quad area distribution file open failure.",
+            messageOf([&] { mesh.saveQuadAreaDistribution(tempPath("missing/areas.txt")); }));
+}
+
 TEST(RectMeshFiles, SaveReportsBothStagesInPercent) {
   struct Listener : QARN::ProgressListener {
     std::string log;

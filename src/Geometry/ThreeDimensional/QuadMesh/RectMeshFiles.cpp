@@ -477,4 +477,20 @@ std::string RectMesh::getShortFileName() const {
   return separator == std::string::npos ? fileName : fileName.substr(separator);
 }
 
+void RectMesh::saveQuadAreaDistribution(std::string const& fileName) const {
+  constexpr std::uint32_t bins = 1024;
+  std::vector<std::uint32_t> counts(bins);
+  std::uint32_t total = 0;
+  getQuadAreaDistribution(minQuadArea, maxQuadArea, bins, counts.data(), &total);
+  std::ofstream out(fileName, std::ios::trunc);
+  if (!out)
+    throw IOFailure("Quad area distribution file open failure.");
+  for (std::uint32_t i = 0; i < bins; ++i) {
+    double const centre = (i + 0.5) / bins * (maxQuadArea - minQuadArea) + minQuadArea;
+    // With no quad binned every fraction is 0 rather than 0/0.
+    double const fraction = total > 0 ? double(counts[i]) / total : 0.0;
+    out << centre / meanQuadArea << " " << fraction << "\n";
+  }
+}
+
 } // namespace QARN::Geometry::ThreeDimensional::QuadMesh
