@@ -1,0 +1,68 @@
+#ifndef QARN_GEOMETRY_TWODIMENSIONAL_POINT_H
+#define QARN_GEOMETRY_TWODIMENSIONAL_POINT_H
+
+#include <QARN/Geometry/TwoDimensional/Vector.h>
+
+#include <cstdint>
+#include <utility>
+
+namespace QARN::Geometry::TwoDimensional {
+
+template <typename T>
+class BoundingBoxAA;
+
+/// A position (u, v) in the scan plane, instantiated for int, std::uint32_t and double, with
+/// the arithmetic rules of Vector<T>.
+template <typename T>
+class Point {
+public:
+  Point() : u(0), v(0) {}
+  Point(T u, T v) : u(u), v(v) {}
+  Point(Point const&) = default;
+  virtual ~Point() = default;
+  Point& operator=(Point const&) = default;
+
+  T getU() const { return u; }
+  T getV() const { return v; }
+  /// u for even i, v for odd i.
+  T get(std::uint32_t i) const;
+  /// i = 0 sets u, odd i sets v, an even i >= 2 sets both (unlike get, on purpose).
+  void seti(std::uint32_t i, T x);
+  void set(T u, T v);
+  void set(Point const& q);
+  /// first is u, second is v.
+  void set(std::pair<T, T> const& uv);
+  void setU(T x) { u = x; }
+  void setV(T x) { v = x; }
+  /// Per component, takes q's value when it is smaller; a NaN never wins.
+  void setMin(Point const& q);
+  /// Per component, takes q's value when it is larger; a NaN never wins.
+  void setMax(Point const& q);
+  /// Squared distance, computed in T.
+  T dSqr(Point const& q) const;
+  /// The box at this point with extent (0, 0) (which contains nothing).
+  BoundingBoxAA<T> getBoundingBox() const;
+
+  Point operator+(Vector<T> const& w) const;
+  Point operator-(Vector<T> const& w) const;
+  /// This minus q.
+  Vector<T> operator-(Point const& q) const;
+  Point& operator+=(Vector<T> const& w);
+  Point& operator-=(Vector<T> const& w);
+  bool operator==(Point const& q) const;
+  bool operator!=(Point const& q) const;
+
+private:
+  static T sqr(T x);
+
+  T u;
+  T v;
+};
+
+extern template class Point<int>;
+extern template class Point<std::uint32_t>;
+extern template class Point<double>;
+
+} // namespace QARN::Geometry::TwoDimensional
+
+#endif
