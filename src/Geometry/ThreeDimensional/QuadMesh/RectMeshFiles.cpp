@@ -21,12 +21,14 @@ constexpr char quadsMagic[8] = {'Q', 'A', 'R', 'N', 'Q', 'u', 'a', 'd'};
 constexpr std::size_t nameFieldSize = 128;
 /// magic, version, name, U, V and the three areas; version 1 adds the coordinate type.
 constexpr std::size_t headerSizeV0 = 8 + 4 + nameFieldSize + 4 + 4 + 3 * 8;
-/// Extents from here on would make the index U + 1 overflow int.
-constexpr std::uint32_t extentLimit = 0x7FFFFFFF - 1;
+/// Extents from here on would make the point count U + 1 overflow int.
+constexpr std::uint32_t extentLimit = 0x7FFFFFFF;
 /// Transfer block: a multiple of every point record size (12 and 24 bytes).
 constexpr std::size_t blockSize = 24 * 43690;
 
-[[noreturn]] void throwInvalidFile() { throw Exception("Invalid .quads file."); }
+[[noreturn]] void throwInvalidFile() {
+  throw Exception("Invalid .quads file.");
+}
 
 std::uint32_t getU32(unsigned char const* b) {
   return std::uint32_t(b[0]) | std::uint32_t(b[1]) << 8 | std::uint32_t(b[2]) << 16 |
@@ -134,7 +136,8 @@ std::uint64_t getRemainingBytes(std::istream& in) {
 /// it started. The caller has checked that n bytes are there.
 std::uint64_t countValidFlags(std::istream& in, std::uint64_t n) {
   std::streamoff const start = in.tellg();
-  std::vector<unsigned char> buffer(static_cast<std::size_t>(std::min<std::uint64_t>(n, blockSize)));
+  std::vector<unsigned char> buffer(
+      static_cast<std::size_t>(std::min<std::uint64_t>(n, blockSize)));
   std::uint64_t count = 0;
   while (n > 0) {
     std::size_t const chunk = static_cast<std::size_t>(std::min<std::uint64_t>(n, buffer.size()));
@@ -193,6 +196,20 @@ public:
     return b;
   }
 
+  /// Appends n bytes of any length.
+  void put(void const* bytes, std::size_t n) {
+    auto const* b = static_cast<unsigned char const*>(bytes);
+    while (n > 0) {
+      if (used == buffer.size())
+        flush();
+      std::size_t const chunk = std::min(n, buffer.size() - used);
+      std::memcpy(buffer.data() + used, b, chunk);
+      used += chunk;
+      b += chunk;
+      n -= chunk;
+    }
+  }
+
   void flush() {
     out.write(reinterpret_cast<char const*>(buffer.data()), static_cast<std::streamsize>(used));
     used = 0;
@@ -216,44 +233,41 @@ std::uint32_t getCoordinateDataType() {
   return QuadFileHeader::Unsupported;
 }
 
-/// The flag byte of every grid point, v outer and u inner.
-void writePointFlags(RectMesh const& mesh, ProgressListener* listener, BlockWriter& writer) {
-  TwoDimensional::Vector<std::uint32_t> const extents = mesh.getExtents();
-  std::uint64_t const rowLength = std::uint64_t(extents.getdU()) + 1;
-  std::uint64_t const total = rowLength * (std::uint64_t(extents.getdV()) + 1);
-  ProgressStage stage(listener, "Writing point flags...", total);
-  std::uint64_t count = 0;
-  for (int v = 0; v <= int(extents.getdV()); ++v)
-    for (int u = 0; u <= int(extents.getdU()); ++u) {
-      *writer.reserve(1) = static_cast<unsigned char>(mesh.getPointFlags(GridPoint(u, v)));
-      stage.step(count++);
-    }
+/// (U + 1)·(V + 1).
+std::uint64_t getPointCount(TwoDimensional::Vector<std::uint32_t> const& extents) {
+  return (std::uint64_t(extents.getdU()) + 1) * (std::uint64_t(extents.getdV()) + 1);
+}
+
+/// Calls visit(p) for every grid point p, v outer and u inner.
+template <typename Visit>
+void forEachGridPoint(TwoDimensional::Vector<std::uint32_t> const& extents, Visit visit) {
+  for (std::int64_t v = 0; v <= std::int64_t(extents.getdV()); ++v)
+    for (std::int64_t u = 0; u <= std::int64_t(extents.getdU()); ++u)
+      visit(GridPoint(static_cast<int>(u), static_cast<int>(v)));
 }
 
 /// x, y and z of every valid point as read through the virtual getPoint, v outer and u inner.
 template <typename Coordinate>
-void writePoints(RectMesh const& mesh, ProgressListener* listener, BlockWriter& writer) {
-  TwoDimensional::Vector<std::uint32_t> const extents = mesh.getExtents();
-  std::uint64_t const total =
-      (std::uint64_t(extents.getdU()) + 1) * (std::uint64_t(extents.getdV()) + 1);
+void writePoints(RectMesh const& mesh, ProgressListener* listener, std::uint64_t total,
+                 BlockWriter& writer) {
   ProgressStage stage(listener, "Writing quad points...", total);
   std::uint64_t count = 0;
-  for (int v = 0; v <= int(extents.getdV()); ++v)
-    for (int u = 0; u <= int(extents.getdU()); ++u) {
-      GridPoint const p(u, v);
-      if (mesh.getIsPointValid(p)) {
-        Point const x = mesh.getPoint(p);
-        unsigned char* const b = writer.reserve(3 * Coordinate::width);
-        Coordinate::put(b, x.getX());
-        Coordinate::put(b + Coordinate::width, x.getY());
-        Coordinate::put(b + 2 * Coordinate::width, x.getZ());
-      }
-      stage.step(count++);
+  forEachGridPoint(mesh.getExtents(), [&](GridPoint const& p) {
+    if (mesh.getIsPointValid(p)) {
+      Point const x = mesh.getPoint(p);
+      unsigned char* const b = writer.reserve(3 * Coordinate::width);
+      Coordinate::put(b, x.getX());
+      Coordinate::put(b + Coordinate::width, x.getY());
+      Coordinate::put(b + 2 * Coordinate::width, x.getZ());
     }
+    stage.step(count++);
+  });
 }
 
 /// Position of the last directory separator ('/' or '\'), or npos.
-std::size_t findLastSeparator(std::string const& name) { return name.find_last_of("/\\"); }
+std::size_t findLastSeparator(std::string const& name) {
+  return name.find_last_of("/\\");
+}
 
 } // namespace
 
@@ -282,16 +296,22 @@ void RectMesh::save(char const* fileName) {
   putF64(header + 156, minQuadArea);
   putF64(header + 164, maxQuadArea);
   putU32(header + 172, type);
-  writePointFlags(*this, progressListener, writer);
+  std::uint64_t const total = getPointCount(extents);
+  ProgressStage flagStage(progressListener, "Writing point flags...", total);
+  std::uint64_t count = 0;
+  forEachGridPoint(extents, [&](GridPoint const& p) {
+    *writer.reserve(1) = static_cast<unsigned char>(getPointFlags(p));
+    flagStage.step(count++);
+  });
   switch (type) {
   case QuadFileHeader::Double:
-    writePoints<DoubleCoordinate>(*this, progressListener, writer);
+    writePoints<DoubleCoordinate>(*this, progressListener, total, writer);
     break;
   case QuadFileHeader::Float:
-    writePoints<FloatCoordinate>(*this, progressListener, writer);
+    writePoints<FloatCoordinate>(*this, progressListener, total, writer);
     break;
   case QuadFileHeader::Int:
-    writePoints<IntCoordinate>(*this, progressListener, writer);
+    writePoints<IntCoordinate>(*this, progressListener, total, writer);
     break;
   default:
     throw Exception("Unsupported coordinate data-type.");
@@ -301,28 +321,23 @@ void RectMesh::save(char const* fileName) {
   setFileName(name);
 }
 
-void RectMesh::saveAsOBJ(char const* fileName) {
+void RectMesh::saveAsOBJ(char const* fileName) const {
   std::ofstream out(fileName, std::ios::trunc);
   if (!out)
     throw IOFailure("Quad-mesh file open failure.");
   out << "#\n# Proprietary data of Tarvelin QARN - do not distribute\n#\n\ng Vertices\n";
-  int const U = int(extents.getdU());
-  int const V = int(extents.getdV());
-  for (int v = 0; v <= V; ++v)
-    for (int u = 0; u <= U; ++u) {
-      Point const x = getPoint(GridPoint(u, v));
-      out << "v " << double(x.getX()) << " " << double(x.getY()) << " " << double(x.getZ())
-          << "\n";
-    }
+  forEachGridPoint(extents, [&](GridPoint const& p) {
+    Point const x = getPoint(p);
+    out << "v " << double(x.getX()) << " " << double(x.getY()) << " " << double(x.getZ()) << "\n";
+  });
   out << "\ng Faces\n";
-  std::uint64_t const rowLength = std::uint64_t(U) + 1;
-  for (int v = 0; v <= V; ++v)
-    for (int u = 0; u <= U; ++u)
-      if (getIsQuadValid(GridPoint(u, v))) {
-        std::uint64_t const a = std::uint64_t(u) + rowLength * std::uint64_t(v) + 1;
-        std::uint64_t const d = a + rowLength;
-        out << "f " << a << " " << a + 1 << " " << d + 1 << " " << d << "\n";
-      }
+  std::uint64_t const rowLength = std::uint64_t(extents.getdU()) + 1;
+  forEachGridPoint(extents, [&](GridPoint const& p) {
+    if (getIsQuadValid(p)) {
+      std::uint64_t const a = std::uint64_t(p.getU()) + rowLength * std::uint64_t(p.getV()) + 1;
+      out << "f " << a << " " << a + 1 << " " << a + rowLength + 1 << " " << a + rowLength << "\n";
+    }
+  });
 }
 
 void RectMesh::readFileHeader(std::ifstream& in, QuadFileHeader& header) {
@@ -409,7 +424,7 @@ void RectMesh::loadv0(QuadFileHeader const& header, std::ifstream& in) {
   int const U = int(header.quadCountU);
   int const V = int(header.quadCountV);
   for (int v = 0; v <= V; ++v) {
-    signed char* const flags = flagRows[v];
+    signed char* const flags = flagRows[v].get();
     readBytes(in, flags, rowLength);
     for (int u = 0; u <= U; ++u)
       flags[u] = flags[u] != 0 ? 1 : 0;
@@ -446,7 +461,7 @@ void RectMesh::loadv1(QuadFileHeader const& header, std::ifstream& in) {
   int const U = int(header.quadCountU);
   int const V = int(header.quadCountV);
   for (int v = 0; v <= V; ++v)
-    readBytes(in, flagRows[v], rowLength);
+    readBytes(in, flagRows[v].get(), rowLength);
   auto const hasRecord = [this](int u, int v) { return (flagRows[v][u] & 1) != 0; };
   auto const store = [this](int u, int v, Point const& x) { setPoint(GridPoint(u, v), x); };
   switch (header.coordinateDataType) {
@@ -466,3 +481,5 @@ std::string RectMesh::getShortFileName() const {
   std::size_t const separator = findLastSeparator(fileName);
   return separator == std::string::npos ? fileName : fileName.substr(separator);
 }
+
+} // namespace QARN::Geometry::ThreeDimensional::QuadMesh
