@@ -41,6 +41,7 @@ public:
   void load(std::vector<std::vector<std::string>> const& groupFileNames,
             std::vector<std::vector<TwoDimensional::Vector<int>>> const& groupOffsets);
 
+  /// Element i goes to the i-th group in the current order (origins and maps both).
   void transform(std::vector<Point> const& groupOrigins, std::vector<AffineMap> const& groupMaps);
   void setPosition(std::uint32_t position);
   void setDoFlipNormals(std::vector<std::vector<bool>> const& groupDoFlipNormals);
