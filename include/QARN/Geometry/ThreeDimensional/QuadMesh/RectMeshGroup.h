@@ -75,7 +75,7 @@ public:
 
   /// The union of the members' index boxes (corner at the offset, extent the mesh's extents),
   /// grown from the default box, so it always holds (0, 0).
-  TwoDimensional::BoundingBoxAA<int> getUVBoundingBox();
+  TwoDimensional::BoundingBoxAA<int> getUVBoundingBox() const;
   /// The same union read from the files' headers without loading their points.
   static TwoDimensional::BoundingBoxAA<int>
   getUVBoundingBox(std::vector<std::string> const& fileNames,

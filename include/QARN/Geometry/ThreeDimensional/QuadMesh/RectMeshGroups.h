@@ -57,12 +57,12 @@ public:
   RectMesh* getLastIntersectedRectMesh() const;
 
   /// The union of the groups' index boxes, grown from the default box (it holds (0, 0)).
-  TwoDimensional::BoundingBoxAA<int> getUVBoundingBox();
+  TwoDimensional::BoundingBoxAA<int> getUVBoundingBox() const;
   static TwoDimensional::BoundingBoxAA<int>
   getUVBoundingBox(std::vector<std::vector<std::string>> const& groupFileNames,
                    std::vector<std::vector<TwoDimensional::Vector<int>>> const& groupOffsets);
   /// The upper corner of `getUVBoundingBox()`: the size of the scan plane.
-  TwoDimensional::Vector<std::uint32_t> getExtents();
+  TwoDimensional::Vector<std::uint32_t> getExtents() const;
 
   /// Quad-area figures from the files' headers: the smallest minimum, the largest maximum, the
   /// total area (each file's mean area times its quad count) and the mean area per quad. The
