@@ -148,6 +148,13 @@ TEST_F(ThreeFiles, SettersReachEveryGroupInCurrentOrder) {
   EXPECT_EQ(indices(2, 32), askDown(groups, 1.3, 2.6)); // C's u flipped in 4 quads
   groups.setPosition(1);                                // B inactive
   EXPECT_EQ(indices(1, 5), askDown(groups, 1.3, 5.6));
+
+  // Group 0 is first now: group 1, second, moves 10 below the others.
+  ThreeD::LinearMap const identity({1, 0, 0}, {0, 1, 0}, {0, 0, 1});
+  groups.transform({ThreeD::Point(), ThreeD::Point()},
+                   {ThreeD::AffineMap(identity, {}), ThreeD::AffineMap(identity, {0, 0, -10})});
+  GroupTest::QualityModeScope mode(QuadIndicesIntersectionStatus::Nearest);
+  EXPECT_EQ(indices(1, 2), askDown(groups, 1.3, 2.6)); // A at 10, C now at 16
 }
 
 TEST_F(ThreeFiles, CopiesAreDeepAndIndependentOfTheSource) {
