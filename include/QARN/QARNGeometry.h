@@ -20,6 +20,8 @@
 #include <QARN/Geometry/ThreeDimensional/QuadMesh/QuadSearchFailure.h>
 #include <QARN/Geometry/ThreeDimensional/QuadMesh/QuadValidityGenerator.h>
 #include <QARN/Geometry/ThreeDimensional/QuadMesh/RectMesh.h>
+#include <QARN/Geometry/ThreeDimensional/QuadMesh/RectMeshGroup.h>
+#include <QARN/Geometry/ThreeDimensional/QuadMesh/RectMeshGroups.h>
 #include <QARN/Geometry/ThreeDimensional/QuadMesh/TransformedRectMesh.h>
 #include <QARN/Geometry/ThreeDimensional/Quaternion.h>
 #include <QARN/Geometry/ThreeDimensional/Utility/Utility.h>
@@ -36,5 +38,6 @@
 #include <QARN/LinearAlgebra/Vector.h>
 #include <QARN/Progress/ProgressListener.h>
 #include <QARN/Progress/ProgressTerminator.h>
+#include <QARN/mtf_list.h>
 
 #endif
