@@ -4,6 +4,8 @@
 #include <QARN/Geometry/ThreeDimensional/QuadMesh/QuadIndicesIntersectionStatus.h>
 #include <QARN/Geometry/ThreeDimensional/QuadMesh/RectMesh.h>
 
+#include <common/TempFiles.h>
+
 #include <gtest/gtest.h>
 
 #include <cstdint>
@@ -65,10 +67,7 @@ inline void writeFlatQuads(std::string const& path, std::uint32_t U, std::uint32
 }
 
 /// A folder for the files of a test.
-inline std::string getTemporaryDirectory() {
-  char const* folder = std::getenv("QARN_TEST_TMPDIR");
-  return folder != nullptr ? std::string(folder) + "/" : ::testing::TempDir();
-}
+inline std::string getTemporaryDirectory() { return QARN::Test::getTestFolder(); }
 
 /// Sets the process-wide quality mode for one test and restores the default after it.
 struct QualityModeScope {

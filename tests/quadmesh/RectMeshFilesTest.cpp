@@ -4,6 +4,8 @@
 #include <QARN/IOFailure.h>
 #include <QARN/Progress/ProgressListener.h>
 
+#include <common/TempFiles.h>
+
 #include <gtest/gtest.h>
 
 #include <cstdint>
@@ -34,10 +36,7 @@ public:
   using RectMesh::init;
 };
 
-std::string tempPath(std::string const& name) {
-  char const* dir = std::getenv("QARN_TEST_TMPDIR");
-  return (dir != nullptr ? std::string(dir) : testing::TempDir()) + "/" + name;
-}
+std::string tempPath(std::string const& name) { return QARN::Test::getTestFilePath(name); }
 
 // Appends x little-endian, independently of the library's own field writers.
 template <typename T>
