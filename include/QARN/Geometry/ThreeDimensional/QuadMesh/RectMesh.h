@@ -1,0 +1,248 @@
+#ifndef QARN_GEOMETRY_THREEDIMENSIONAL_QUADMESH_RECTMESH_H
+#define QARN_GEOMETRY_THREEDIMENSIONAL_QUADMESH_RECTMESH_H
+
+#include <QARN/Geometry/ThreeDimensional/BoundingBoxAA.h>
+#include <QARN/Geometry/ThreeDimensional/Point.h>
+#include <QARN/Geometry/ThreeDimensional/QuadMesh/Edge.h>
+#include <QARN/Geometry/ThreeDimensional/QuadMesh/QuadIndicesIntersectionStatus.h>
+#include <QARN/Geometry/ThreeDimensional/QuadMesh/QuadIntersectionData.h>
+#include <QARN/Geometry/ThreeDimensional/Vector.h>
+#include <QARN/Geometry/TwoDimensional/Point.h>
+#include <QARN/Geometry/TwoDimensional/Vector.h>
+#include <QARN/Progress/ProgressListener.h>
+
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <utility>
+#include <vector>
+
+namespace QARN::Geometry::ThreeDimensional::QuadMesh {
+
+/// A structured rectangular grid of surface points addressed by integer scan coordinates
+/// (u, v): U × V quads over (U + 1) × (V + 1) points, each point with a flag byte. Quad (u, v)
+/// has the corners (u, v), (u + 1, v), (u + 1, v + 1), (u, v + 1), counter-clockwise in (u, v).
+/// Every reader of points goes through the virtual getPoint, so that derived meshes can report
+/// transformed points. An empty mesh (no storage) has no points at all.
+class RectMesh {
+public:
+  // ---- Grid and point flags ----
+
+  /// Bits of a point's flag byte.
+  enum PointFlagID : std::uint32_t {
+    Valid = 0,    ///< the point holds a position; only valid points are used
+    Interior = 1, ///< measured point inside the measured region
+    Boundary = 2, ///< measured point on the border of the measured region
+    Marked = 4    ///< border point of a mesh built from a flattened triangle mesh
+  };
+
+  /// An empty mesh named "Unnamed<n>.quads", n being the number of meshes constructed so far.
+  RectMesh();
+  /// A new mesh (with its own default name) assigned from other: never shares storage.
+  RectMesh(RectMesh const& other);
+  /// Deep copy of the grid, the flags, the quad areas, the search state, the scan-axis flips
+  /// and the file name. The target keeps its own offset, double-sided flag, mesh name, active
+  /// positions, position and listener. Assigning a mesh to itself does nothing.
+  RectMesh& operator=(RectMesh const& other);
+  virtual ~RectMesh();
+
+  /// Frees the grid: no points, U = V = 0, quad areas 0, next search from scratch. Other
+  /// settings are kept.
+  void clear();
+  /// (U, V), the number of quads along u and v.
+  TwoDimensional::Vector<std::uint32_t> getExtents() const { return extents; }
+  /// The point at column p.u, row p.v, valid or not; a point outside the grid reads as the
+  /// origin.
+  virtual Point getPoint(TwoDimensional::Point<int> const& p) const;
+  /// Stores x and sets p's Valid bit; ignored outside the grid.
+  void setPoint(TwoDimensional::Point<int> const& p, Point const& x);
+
+  /// Bit id of flags.
+  bool getFlag(char flags, PointFlagID id) const;
+  /// flags with bit id set to on.
+  char setFlag(char flags, PointFlagID id, bool on) const;
+  /// The flag byte, 0 outside the grid.
+  char getPointFlags(TwoDimensional::Point<int> const& p) const;
+  /// Stores the flag byte; ignored outside the grid.
+  void setPointFlags(TwoDimensional::Point<int> const& p, char const& flags);
+  bool getPointFlag(TwoDimensional::Point<int> const& p, PointFlagID id) const;
+  void setPointFlag(TwoDimensional::Point<int> const& p, PointFlagID id, bool on);
+  bool getPointValidity(TwoDimensional::Point<int> const& p) const;
+  void setPointValidity(TwoDimensional::Point<int> const& p, bool valid);
+  /// 0 ≤ p.u ≤ U and 0 ≤ p.v ≤ V in a mesh that has storage.
+  bool getIsPointInBounds(TwoDimensional::Point<int> const& p) const;
+  /// In bounds and valid.
+  bool getIsPointValid(TwoDimensional::Point<int> const& p) const;
+  /// All four corners of quad p are valid (false for p.u = U or p.v = V).
+  bool getIsQuadValid(TwoDimensional::Point<int> const& p) const;
+  /// Valid and carrying the Interior or Boundary bit: measured, not added by an extension.
+  bool getIsInteriorNonExtendedPoint(TwoDimensional::Point<int> const& p) const;
+
+protected:
+  /// Replaces the grid by U × V quads of invalid points and resets the requested search-point
+  /// counts to 1. Throws "Insufficient memory to initialise quad-mesh." and leaves the mesh
+  /// empty when the storage cannot be had.
+  void init(TwoDimensional::Vector<std::uint32_t> const& extents);
+
+private:
+  void uninit();
+  /// Valid point and one of its in-grid neighbours (+u, −u, +v, −v) is invalid.
+  bool getIsBoundaryPoint(TwoDimensional::Point<int> const& p) const;
+  /// Approximate memory of a (U + 1) × (V + 1)-point grid in MiB, at 25 bytes a point.
+  static std::uint64_t getNumberOfMBs(std::uint32_t U, std::uint32_t V);
+  bool getIsInBounds(std::int64_t u, std::int64_t v) const {
+    return !pointRows.empty() && u >= 0 && v >= 0 && u <= extents.getdU() && v <= extents.getdV();
+  }
+  bool getIsValidAt(std::int64_t u, std::int64_t v) const {
+    return getIsInBounds(u, v) && (flagRows[static_cast<std::size_t>(v)][u] & 1) != 0;
+  }
+  bool getIsQuadValidAt(std::int64_t u, std::int64_t v) const {
+    return getIsValidAt(u, v) && getIsValidAt(u + 1, v) && getIsValidAt(u, v + 1) &&
+           getIsValidAt(u + 1, v + 1);
+  }
+
+  std::vector<std::unique_ptr<Point[]>> pointRows;
+  std::vector<std::unique_ptr<signed char[]>> flagRows;
+  TwoDimensional::Vector<std::uint32_t> extents;
+  double meanQuadArea = 0.0;
+  double minQuadArea = 0.0;
+  double maxQuadArea = 0.0;
+
+public:
+  // ---- Quad geometry (p is the quad's lowest corner, P(q) the point getPoint(q)) ----
+
+  /// out[0..3] := P(p), P(p + (1, 0)), P(p + (1, 1)), P(p + (0, 1)); filling stops at the
+  /// first invalid corner.
+  void getQuadPoints(TwoDimensional::Point<int> const& p, Point* out) const;
+  /// The quad's triangle on one side of the diagonal p → p + (1, 1): first gives
+  /// (P(p), P(p + (1, 0)), P(p + (1, 1))), otherwise (P(p), P(p + (1, 1)), P(p + (0, 1))).
+  void getQuadTrianglePoints(TwoDimensional::Point<int> const& p, Point* out, bool first) const;
+  /// Triangle k of the fan of eight around point p at step s: (P(p), P(p + a_k), P(p + a_k+1))
+  /// with a_0..a_7 = (s, 0), (s, s), (0, s), (−s, s), (−s, 0), (−s, −s), (0, −s), (s, −s).
+  /// k > 7 leaves out untouched.
+  void getQuadTrianglePoints(TwoDimensional::Point<int> const& p, Point* out, std::uint32_t k,
+                             int s) const;
+  /// (t1 − t0) × (t2 − t0) of a quad triangle: twice its area in length.
+  Vector getQuadNormalVector(TwoDimensional::Point<int> const& p, bool first) const;
+  /// The same for fan triangle k at step 1 (k = 0 and 1 are the quad's own triangles).
+  Vector getQuadNormalVector(TwoDimensional::Point<int> const& p, std::uint32_t k) const;
+  Vector getQuadUnitNormalVector(TwoDimensional::Point<int> const& p, bool first) const;
+  /// Area-weighted unit normal at a point from the valid quads at p, p + (1, 0), p + (0, 1),
+  /// p + (1, 1), else at p, p − (1, 0), p − (0, 1), else (0, 0, 1).
+  Vector getPointUnitNormalVector(TwoDimensional::Point<int> const& p) const;
+  /// Centroid of the four corners of a valid quad, else the origin.
+  Point getMeanQuadPoint(TwoDimensional::Point<int> const& p) const;
+  /// (P(p + (1, 0)) − P(p), P(p + (0, 1)) − P(p)).
+  std::pair<Vector, Vector> getQuadBasis(TwoDimensional::Point<int> const& p) const;
+  /// The smallest box holding every valid point; a default box when there is none.
+  BoundingBoxAA getBoundingBoxAA() const;
+  /// Stored statistics, not recomputed.
+  double getMeanQuadArea() const { return meanQuadArea; }
+  double getMinQuadArea() const { return minQuadArea; }
+  double getMaxQuadArea() const { return maxQuadArea; }
+
+private:
+  /// Largest, mean and smallest area of the valid quads (each the sum of its two triangles
+  /// about the diagonal p → p + (1, 1)); all 0 when no quad is valid.
+  void getMaxMeanMinQuadSize(double* max, double* mean, double* min) const;
+
+public:
+  // ---- Settings and class-wide statics ----
+
+  /// Extra passes the start search may run to escape a poor local minimum.
+  static std::uint32_t maxDoNMoreTimes;
+  /// Samples per coarse-to-fine pass of the start search (k × k with k = round(√n) ≥ 1).
+  static std::uint32_t searchDivideByNTimes;
+
+  /// Reverses the sense of quad normals when the hit angle is measured.
+  void setDoFlipNormals(bool on) { doFlipNormals = on; }
+  /// Stored and copied only; the intersection test accepts hits from either side anyway.
+  void setDoUseDoubleSided(bool on) { doUseDoubleSided = on; }
+  /// Mirrors the indices returned by searches along u and/or v.
+  void setAxisFlipFlags(bool u, bool v);
+  /// Position of this grid's (0, 0) in a larger scan grid, added to returned indices.
+  void setOffset(TwoDimensional::Vector<int> const& o) { offset = o; }
+  TwoDimensional::Vector<int> const& getOffset() const { return offset; }
+  /// Bit i set: the mesh takes part in position i (mod 32).
+  void setActivePositionFlags(std::uint32_t flags) { activePositionFlags = flags; }
+  void setPosition(std::uint32_t p) { position = p; }
+  void setProgressListener(ProgressListener* listener) { progressListener = listener; }
+  /// Writes the class-wide maxDoNMoreTimes: affects every mesh.
+  void setMaxDoNMoreTimes(std::uint32_t n) { maxDoNMoreTimes = n; }
+  std::string const& getFileName() const { return fileName; }
+
+private:
+  void setFileName(std::string const& name) { fileName = name; }
+
+  static std::uint32_t creationCount;
+
+  bool doFlipNormals = false;
+  TwoDimensional::Vector<int> offset;
+  bool doFlipAxisU = false;
+  bool doFlipAxisV = false;
+  bool doUseDoubleSided = false;
+  std::string fileName;
+  std::string meshName;
+  std::uint32_t activePositionFlags = 0xFFFFFFFFu;
+  std::uint32_t position = 0;
+  ProgressListener* progressListener = nullptr;
+
+public:
+  // ---- Intersection search ----
+
+  /// The quad that the ray position + t·direction meets, walking from the last hit (or, after
+  /// a reset or with doFullSearch, from a coarse-to-fine start), at most 32 quads. Returned
+  /// indices are flipped and offset; an inactive position gives an invalid record without a
+  /// mesh, indices (−1, −1) and measures (−1, −1, −1).
+  QuadIndicesIntersectionStatus getIntersectionStatus(Point const& position,
+                                                      Vector const& direction, bool doFullSearch);
+  /// An incremental search, retried as a full search unless it gives a valid hit at an angle
+  /// of at least π/2.
+  QuadIndicesIntersectionStatus getIntersection(Point const& position, Vector const& direction);
+  /// The ray against quad indices, triangle by triangle (edges excluded). hitPoint receives
+  /// the plane intersection of the last triangle tried; data receives the measures of a hit
+  /// nearer than 10000. An invalid quad gives false and touches nothing.
+  bool getDoesIntersectQuad(TwoDimensional::Point<int> const& indices, Point const& position,
+                            Vector const& direction, Point& hitPoint,
+                            QuadIntersectionData* data) const;
+  /// The grid point of a valid quad corner nearest to point, by a scan of the whole grid
+  /// ((0, 0) when no quad is valid); distance receives its distance.
+  TwoDimensional::Point<int> getNearestPoint2D(Point const& point, double& distance) const;
+  /// The next search starts from scratch.
+  void resetQuadIndicesSearch() { isSearchReset = true; }
+  /// Stores the requested counts and rebuilds the lattice of start candidates.
+  void setNumberOfSearchPoints(std::uint32_t u, std::uint32_t v);
+  /// The lattice of start candidates (valid quads), kept for the host.
+  std::vector<TwoDimensional::Point<int>> const& getSearchPoints() const { return searchPoints; }
+
+private:
+  /// Coarse-to-fine search for the valid quad corner nearest to position.
+  TwoDimensional::Point<int> getStartSearchPoint(Point const& position) const;
+  /// One batch of the start search: improves best when a valid sample is nearer than
+  /// bestDistanceSqr; reports whether it did and whether some sample was invalid.
+  bool getIsAnyQuadPointCloser(TwoDimensional::Point<int> const* points, Point const& target,
+                               TwoDimensional::Point<int>& best, double& bestDistanceSqr,
+                               bool& anyInvalid, std::uint32_t doNMoreCount,
+                               std::uint32_t count) const;
+  /// The walk from start; true with the hit quad, point and measures on a hit.
+  bool getWalkedIntersection(TwoDimensional::Point<int> const& start, Point const& position,
+                             Vector const& direction, TwoDimensional::Point<int>& quad,
+                             Point& hitPoint, QuadIntersectionData& data) const;
+  /// Rebuilds the lattice of start candidates for about U·V / cellsPerSearchPoint samples
+  /// (at least 8) and returns its dimensions.
+  void calculateSearchPoints(std::uint32_t const& cellsPerSearchPoint, std::uint32_t& numberU,
+                             std::uint32_t& numberV);
+  /// Half up: ceil(x) if x − floor(x) ≥ 0.5, else floor(x); round(−2.5) = −2.
+  double round(double x) const;
+
+  bool isSearchReset = true;
+  TwoDimensional::Point<int> lastSearchIndices;
+  std::uint32_t numberOfSearchPointsU = 1;
+  std::uint32_t numberOfSearchPointsV = 1;
+  std::uint32_t searchPointBudget = 4096;
+  std::vector<TwoDimensional::Point<int>> searchPoints;
+};
+
+} // namespace QARN::Geometry::ThreeDimensional::QuadMesh
+
+#endif

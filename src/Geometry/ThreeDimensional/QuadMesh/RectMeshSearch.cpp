@@ -1,0 +1,380 @@
+#include <QARN/Geometry/ThreeDimensional/QuadMesh/RectMesh.h>
+#include <QARN/Geometry/ThreeDimensional/Utility/Utility.h>
+
+#include <Geometry/ThreeDimensional/QuadMesh/GridIndex.h>
+
+#include <algorithm>
+#include <array>
+#include <cmath>
+#include <cstdint>
+#include <limits>
+#include <vector>
+
+namespace QARN::Geometry::ThreeDimensional::QuadMesh {
+
+namespace {
+
+using GridPoint = TwoDimensional::Point<int>;
+
+constexpr std::uint32_t maximumWalkSteps = 32;
+constexpr std::uint32_t maximumInvalidRun = 4;
+/// A hit this far along the beam or farther is not accepted as an answer.
+constexpr double acceptedDistanceCeiling = 131072.0;
+/// A hit this far or farther is not remembered as the next start.
+constexpr double keptDistanceLimit = 1000.0;
+/// getDoesIntersectQuad measures only hits nearer than this.
+constexpr double measuredDistanceCeiling = 10000.0;
+/// The start search keeps refining while its best squared distance exceeds this.
+constexpr double startSearchGiveUpDistanceSqr = 400.0;
+constexpr double initialLocalMinimum = 1000000.0;
+
+double halfPi() {
+  return Utility::twopi() / 4.0;
+}
+
+/// Whether the hit qualifies as the start of the next search under the current mode.
+bool getIsKeptHit(QuadIntersectionData const& data) {
+  double const angle = data.getAngleToObjectNormal();
+  double const distance = data.getDistanceToObject();
+  switch (QuadIndicesIntersectionStatus::getIntersectionQualityMode()) {
+  case QuadIndicesIntersectionStatus::FacingThenNearest:
+    return angle > halfPi() && distance < keptDistanceLimit;
+  case QuadIndicesIntersectionStatus::Nearest:
+    return distance < keptDistanceLimit;
+  case QuadIndicesIntersectionStatus::BestAngle:
+    return angle > halfPi();
+  default:
+    return false;
+  }
+}
+
+/// Two's-complement wrap of a 64-bit index into int, as int index arithmetic wraps.
+int wrapToInt(std::int64_t x) {
+  return static_cast<int>(static_cast<std::uint32_t>(x));
+}
+
+} // namespace
+
+std::uint32_t RectMesh::maxDoNMoreTimes = 0;
+std::uint32_t RectMesh::searchDivideByNTimes = 4;
+
+QuadIndicesIntersectionStatus
+RectMesh::getIntersectionStatus(Point const& position, Vector const& direction, bool doFullSearch) {
+  if (((activePositionFlags >> (this->position % 32)) & 1u) == 0)
+    return QuadIndicesIntersectionStatus(nullptr, Point(), GridPoint(-1, -1), false,
+                                         QuadIntersectionData(-1.0, -1.0, -1.0), fileName);
+  if (doFullSearch)
+    isSearchReset = true;
+  GridPoint const start = isSearchReset ? getStartSearchPoint(position) : lastSearchIndices;
+  GridPoint quad;
+  Point hitPoint;
+  QuadIntersectionData data;
+  bool const found = getWalkedIntersection(start, position, direction, quad, hitPoint, data) &&
+                     data.getDistanceToObject() < acceptedDistanceCeiling;
+  if (found)
+    isSearchReset = false;
+  if (found && getIsKeptHit(data))
+    lastSearchIndices = quad;
+  else
+    isSearchReset = true;
+
+  std::int64_t u = found ? quad.getU() : 0;
+  std::int64_t v = found ? quad.getV() : 0;
+  if (doFlipAxisU)
+    u = std::int64_t{extents.getdU()} - 1 - u;
+  if (doFlipAxisV)
+    v = std::int64_t{extents.getdV()} - 1 - v;
+  GridPoint const indices = GridPoint(wrapToInt(u), wrapToInt(v)) + offset;
+  if (!found)
+    return QuadIndicesIntersectionStatus(this, Point(), indices, false, QuadIntersectionData(),
+                                         fileName);
+  return QuadIndicesIntersectionStatus(this, hitPoint, indices, true, data, fileName);
+}
+
+QuadIndicesIntersectionStatus RectMesh::getIntersection(Point const& position,
+                                                        Vector const& direction) {
+  QuadIndicesIntersectionStatus status = getIntersectionStatus(position, direction, false);
+  if (status.getIsValid() &&
+      status.getIntersectionData().getAngleToObjectNormal() >= Utility::twopi() * 0.25)
+    return status;
+  return getIntersectionStatus(position, direction, true);
+}
+
+bool RectMesh::getWalkedIntersection(GridPoint const& start, Point const& position,
+                                     Vector const& direction, GridPoint& quad, Point& hitPoint,
+                                     QuadIntersectionData& data) const {
+  if (!getIsPointInBounds(start))
+    return false;
+  std::int64_t const maxStepU = std::int64_t{extents.getdU()} + 1;
+  std::int64_t const maxStepV = std::int64_t{extents.getdV()} + 1;
+  GridPoint current = start;
+  std::uint32_t invalidRun = 0;
+  for (std::uint32_t steps = 0;; ++steps) {
+    if (getDoesIntersectQuad(current, position, direction, hitPoint, &data)) {
+      quad = current;
+      return true;
+    }
+    std::int64_t const cu = current.getU();
+    std::int64_t const cv = current.getV();
+    if (steps >= maximumWalkSteps || !getIsInBounds(cu + 1, cv + 1))
+      return false;
+
+    // Where the ray meets the plane of the current quad, in the quad's own (u, v) units.
+    auto const [a, b] = getQuadBasis(current);
+    double const aa = a.dot(a);
+    double const ab = a.dot(b);
+    double const bb = b.dot(b);
+    double const det = aa * bb - ab * ab;
+    Vector const aDual = (a * bb - b * ab) / det;
+    Vector const bDual = (b * aa - a * ab) / det;
+    Point const centre = getPoint(current) + (a + b) * 0.5;
+    Vector const normal = a.cross(b) / std::sqrt(det);
+    double const t = (centre - position).dot(normal) / direction.dot(normal);
+    Vector const offsetInPlane = (position + direction * t) - centre;
+    double const stepU = round(offsetInPlane.dot(aDual));
+    double const stepV = round(offsetInPlane.dot(bDual));
+    if (!std::isfinite(stepU) || !std::isfinite(stepV))
+      return false;
+    std::int64_t const du =
+        std::clamp(GridIndex::saturatingCast<std::int64_t>(stepU), -maxStepU, maxStepU);
+    std::int64_t const dv =
+        std::clamp(GridIndex::saturatingCast<std::int64_t>(stepV), -maxStepV, maxStepV);
+    if (du == 0 && dv == 0)
+      return false;
+
+    current = GridPoint(GridIndex::clampToInt(cu + du), GridIndex::clampToInt(cv + dv));
+    if (getIsQuadValid(current)) {
+      invalidRun = 0;
+      continue;
+    }
+    if (++invalidRun >= maximumInvalidRun)
+      return false;
+    // Back off by bisection from the invalid landing towards the quad the step came from.
+    std::int64_t goodU = cu;
+    std::int64_t goodV = cv;
+    std::int64_t badU = current.getU();
+    std::int64_t badV = current.getV();
+    for (;;) {
+      std::int64_t const halfU = (badU - goodU) / 2;
+      std::int64_t const halfV = (badV - goodV) / 2;
+      if (halfU == 0 && halfV == 0)
+        break;
+      if (getIsQuadValidAt(goodU + halfU, goodV + halfV)) {
+        goodU += halfU;
+        goodV += halfV;
+      } else {
+        badU -= halfU;
+        badV -= halfV;
+      }
+    }
+    current = GridPoint(static_cast<int>(goodU), static_cast<int>(goodV));
+  }
+}
+
+bool RectMesh::getDoesIntersectQuad(GridPoint const& indices, Point const& position,
+                                    Vector const& direction, Point& hitPoint,
+                                    QuadIntersectionData* data) const {
+  if (!getIsQuadValid(indices))
+    return false;
+  Point const corner = getPoint(indices);
+  bool inside = false;
+  for (std::uint32_t k = 0; k < 2 && !inside; ++k) {
+    Vector const n = getQuadNormalVector(indices, k);
+    double const t = (corner - position).dot(n) / direction.dot(n);
+    hitPoint = position + direction * t;
+    Point triangle[3];
+    getQuadTrianglePoints(indices, triangle, k, 1);
+    // Strictly inside every edge: a point on an edge is outside.
+    inside = true;
+    for (int i = 0; i < 3 && inside; ++i) {
+      Point const& from = triangle[i];
+      Point const& to = triangle[(i + 1) % 3];
+      inside = n.cross(to - from).dot(hitPoint - from) > 0.0;
+    }
+    if (!inside || data == nullptr)
+      continue;
+    double const distance = std::sqrt((hitPoint - position).lSqr());
+    if (distance < measuredDistanceCeiling) {
+      double const sense = doFlipNormals ? -1.0 : 1.0;
+      double const angle =
+          std::atan2(std::sqrt(n.cross(direction).lSqr()), sense * n.dot(direction));
+      auto const [a, b] = getQuadBasis(indices);
+      Point const centre = corner + (a + b) * 0.5;
+      *data =
+          QuadIntersectionData(t > 0.0 ? distance : -distance, angle, (hitPoint - centre).lSqr());
+    }
+  }
+  return inside;
+}
+
+GridPoint RectMesh::getStartSearchPoint(Point const& position) const {
+  std::int64_t const U = extents.getdU();
+  std::int64_t const V = extents.getdV();
+  GridPoint best(GridIndex::clampToInt(U / 2), GridIndex::clampToInt(V / 2));
+  if (!getIsPointInBounds(best))
+    return best;
+  double bestDistanceSqr = getPoint(best).dSqr(position);
+
+  std::int64_t const k =
+      std::max<std::int64_t>(1, GridIndex::saturatingCast<std::int64_t>(
+                                    round(std::sqrt(static_cast<double>(searchDivideByNTimes)))));
+  auto const count = static_cast<std::uint32_t>(k * k);
+  std::array<GridPoint, 64> fixedSamples;
+  std::vector<GridPoint> largeSamples;
+  GridPoint* samples = fixedSamples.data();
+  if (count > fixedSamples.size()) {
+    largeSamples.resize(count);
+    samples = largeSamples.data();
+  }
+
+  std::int64_t spanU = U;
+  std::int64_t spanV = V;
+  std::uint32_t n = 0;
+  for (bool done = false; !done;) {
+    double const twoK = 2.0 * static_cast<double>(k);
+    std::int64_t const stepU = GridIndex::saturatingCast<std::int64_t>(round(spanU / twoK));
+    std::int64_t const stepV = GridIndex::saturatingCast<std::int64_t>(round(spanV / twoK));
+    // The centres of the k × k cells of the span-sized box centred on best.
+    std::int64_t const lowU = std::int64_t{best.getU()} - (spanU >> 1);
+    std::int64_t const lowV = std::int64_t{best.getV()} - (spanV >> 1);
+    for (std::int64_t j = 0; j < k; ++j)
+      for (std::int64_t i = 0; i < k; ++i)
+        samples[j * k + i] = GridPoint(GridIndex::clampToInt(lowU + (2 * i + 1) * stepU),
+                                       GridIndex::clampToInt(lowV + (2 * j + 1) * stepV));
+    bool anyInvalid = false;
+    bool const closer =
+        getIsAnyQuadPointCloser(samples, position, best, bestDistanceSqr, anyInvalid, n, count);
+
+    // Some sample fell on an invalid quad: look again at the 2 × 2 sub-cells of every cell.
+    bool refined = false;
+    if (anyInvalid) {
+      double const kReal = static_cast<double>(k);
+      std::int64_t const subU = GridIndex::saturatingCast<std::int64_t>(round(stepU / kReal));
+      std::int64_t const subV = GridIndex::saturatingCast<std::int64_t>(round(stepV / kReal));
+      for (std::uint32_t r = 0; r < count; ++r) {
+        std::int64_t const cellU = std::int64_t{samples[r].getU()} - stepU;
+        std::int64_t const cellV = std::int64_t{samples[r].getV()} - stepV;
+        GridPoint subSamples[4];
+        for (std::int64_t j = 0; j < 2; ++j)
+          for (std::int64_t i = 0; i < 2; ++i)
+            subSamples[j * 2 + i] = GridPoint(GridIndex::clampToInt(cellU + (2 * i + 1) * subU),
+                                              GridIndex::clampToInt(cellV + (2 * j + 1) * subV));
+        bool subInvalid = false;
+        if (getIsAnyQuadPointCloser(subSamples, position, best, bestDistanceSqr, subInvalid, n, 4))
+          refined = true;
+      }
+    }
+    double const divisor = refined ? twoK : static_cast<double>(k);
+    spanU = GridIndex::saturatingCast<std::int64_t>(round(spanU / divisor));
+    spanV = GridIndex::saturatingCast<std::int64_t>(round(spanV / divisor));
+
+    done = !closer;
+    if (done && bestDistanceSqr > startSearchGiveUpDistanceSqr && n < maxDoNMoreTimes) {
+      done = false;
+      ++n;
+    }
+  }
+  return best;
+}
+
+bool RectMesh::getIsAnyQuadPointCloser(GridPoint const* points, Point const& target,
+                                       GridPoint& best, double& bestDistanceSqr, bool& anyInvalid,
+                                       std::uint32_t doNMoreCount, std::uint32_t count) const {
+  anyInvalid = false;
+  double localMinimum = initialLocalMinimum;
+  GridPoint localBest = points[0];
+  bool improved = false;
+  for (std::uint32_t i = 0; i < count; ++i) {
+    if (!getIsQuadValid(points[i])) {
+      anyInvalid = true;
+      continue;
+    }
+    double const d2 = getPoint(points[i]).dSqr(target);
+    if (i == 0 || d2 < localMinimum) {
+      localMinimum = d2;
+      localBest = points[i];
+    }
+    if (d2 < bestDistanceSqr) {
+      bestDistanceSqr = d2;
+      best = points[i];
+      improved = true;
+    }
+  }
+  // Escape from a poor local minimum: move to the batch's best even though it is farther.
+  if (bestDistanceSqr > startSearchGiveUpDistanceSqr && !improved &&
+      doNMoreCount < maxDoNMoreTimes) {
+    best = localBest;
+    bestDistanceSqr = localMinimum;
+  }
+  return improved;
+}
+
+void RectMesh::setNumberOfSearchPoints(std::uint32_t u, std::uint32_t v) {
+  numberOfSearchPointsU = u;
+  numberOfSearchPointsV = v;
+  std::uint32_t numberU = 0;
+  std::uint32_t numberV = 0;
+  calculateSearchPoints(searchPointBudget, numberU, numberV);
+}
+
+void RectMesh::calculateSearchPoints(std::uint32_t const& cellsPerSearchPoint,
+                                     std::uint32_t& numberU, std::uint32_t& numberV) {
+  std::uint64_t const U = extents.getdU();
+  std::uint64_t const V = extents.getdV();
+  searchPoints.clear();
+  if (U == 0 || V == 0) {
+    // No quads: a one-point lattice that finds nothing to snap to.
+    numberU = 1;
+    numberV = 1;
+    return;
+  }
+  std::uint64_t const m = std::max<std::uint64_t>(U * V / std::max(cellsPerSearchPoint, 1u), 8);
+  double const r =
+      std::sqrt(static_cast<double>(m) * static_cast<double>(U) / static_cast<double>(V));
+  numberU = std::max(GridIndex::saturatingCast<std::uint32_t>(r), 1u);
+  numberV = std::max(
+      GridIndex::saturatingCast<std::uint32_t>(r * static_cast<double>(V) / static_cast<double>(U)),
+      1u);
+  searchPoints.reserve(static_cast<std::size_t>(std::uint64_t{numberU} * numberV));
+  std::int64_t const lastV = static_cast<std::int64_t>(V);
+  for (std::uint64_t j = 0; j < numberV; ++j)
+    for (std::uint64_t i = 0; i < numberU; ++i) {
+      std::int64_t const u = static_cast<std::int64_t>((i + 1) * U / (std::uint64_t{numberU} + 1));
+      std::int64_t const v = static_cast<std::int64_t>((j + 1) * V / (std::uint64_t{numberV} + 1));
+      // Snap along v to the nearest valid quad; below wins over above at the same distance.
+      for (std::int64_t s = 0; v + s < lastV || v - s >= 0; ++s) {
+        if (v - s >= 0 && getIsQuadValidAt(u, v - s)) {
+          searchPoints.emplace_back(GridIndex::clampToInt(u), GridIndex::clampToInt(v - s));
+          break;
+        }
+        if (v + s < lastV && getIsQuadValidAt(u, v + s)) {
+          searchPoints.emplace_back(GridIndex::clampToInt(u), GridIndex::clampToInt(v + s));
+          break;
+        }
+      }
+    }
+}
+
+GridPoint RectMesh::getNearestPoint2D(Point const& point, double& distance) const {
+  GridPoint best(0, 0);
+  double bestSqr = std::numeric_limits<double>::max();
+  std::int64_t const lastU =
+      std::min<std::int64_t>(extents.getdU(), std::numeric_limits<int>::max());
+  std::int64_t const lastV =
+      std::min<std::int64_t>(extents.getdV(), std::numeric_limits<int>::max());
+  for (std::int64_t v = 0; v <= lastV; ++v)
+    for (std::int64_t u = 0; u <= lastU; ++u) {
+      if (!getIsQuadValidAt(u, v))
+        continue;
+      GridPoint const p(static_cast<int>(u), static_cast<int>(v));
+      double const d2 = (getPoint(p) - point).lSqr();
+      if (d2 < bestSqr) {
+        bestSqr = d2;
+        best = p;
+      }
+    }
+  distance = std::sqrt(bestSqr);
+  return best;
+}
+
+} // namespace QARN::Geometry::ThreeDimensional::QuadMesh
