@@ -1,0 +1,329 @@
+#include <QARN/Exception.h>
+#include <QARN/Geometry/ThreeDimensional/QuadMesh/LinearScaleRectMesh.h>
+#include <QARN/Geometry/ThreeDimensional/QuadMesh/RectMesh.h>
+#include <QARN/IOFailure.h>
+#include <QARN/Progress/ProgressListener.h>
+
+#include <gtest/gtest.h>
+
+#include <cstdint>
+#include <cstdlib>
+#include <cstring>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <string>
+#include <vector>
+
+namespace {
+
+using QARN::Geometry::ThreeDimensional::Point;
+using QARN::Geometry::ThreeDimensional::QuadMesh::LinearScaleRectMesh;
+using QARN::Geometry::ThreeDimensional::QuadMesh::RectMesh;
+using GridPoint = QARN::Geometry::TwoDimensional::Point<int>;
+using Extents = QARN::Geometry::TwoDimensional::Vector<std::uint32_t>;
+using Bytes = std::vector<unsigned char>;
+
+class GridMesh : public RectMesh {
+public:
+  using RectMesh::init;
+};
+
+class ScaledMesh : public LinearScaleRectMesh {
+public:
+  using RectMesh::init;
+};
+
+std::string tempPath(std::string const& name) {
+  char const* dir = std::getenv("QARN_TEST_TMPDIR");
+  return (dir != nullptr ? std::string(dir) : testing::TempDir()) + "/" + name;
+}
+
+// Little-endian field writers, independent of the library's own.
+void u32(Bytes& b, std::uint32_t x) {
+  for (int i = 0; i < 4; ++i)
+    b.push_back(static_cast<unsigned char>(x >> (8 * i)));
+}
+void u64(Bytes& b, std::uint64_t x) {
+  u32(b, static_cast<std::uint32_t>(x));
+  u32(b, static_cast<std::uint32_t>(x >> 32));
+}
+void f32(Bytes& b, float x) {
+  std::uint32_t bits;
+  std::memcpy(&bits, &x, 4);
+  u32(b, bits);
+}
+void f64(Bytes& b, double x) {
+  std::uint64_t bits;
+  std::memcpy(&bits, &x, 8);
+  u64(b, bits);
+}
+
+// Magic, version, name field, U, V and the areas (mean, min, max).
+Bytes header(std::uint32_t version, std::string const& name, std::uint32_t U, std::uint32_t V,
+             double mean, double min, double max) {
+  Bytes b{'Q', 'A', 'R', 'N', 'Q', 'u', 'a', 'd'};
+  u32(b, version);
+  std::string field = name;
+  field.resize(128, '\0');
+  b.insert(b.end(), field.begin(), field.end());
+  u32(b, U);
+  u32(b, V);
+  f64(b, mean);
+  f64(b, min);
+  f64(b, max);
+  return b;
+}
+
+void writeFile(std::string const& path, Bytes const& b) {
+  std::ofstream(path, std::ios::binary).write(reinterpret_cast<char const*>(b.data()), b.size());
+}
+
+Bytes readFile(std::string const& path) {
+  std::ifstream in(path, std::ios::binary);
+  return Bytes(std::istreambuf_iterator<char>(in), {});
+}
+
+std::string readText(std::string const& path) {
+  std::ifstream in(path);
+  return std::string(std::istreambuf_iterator<char>(in), {});
+}
+
+template <typename Call>
+std::string messageOf(Call call) {
+  try {
+    call();
+  } catch (std::exception const& e) {
+    return e.what();
+  }
+  return "no exception";
+}
+
+// The coordinates of grid point (u, v) in the tests' meshes.
+Point pointAt(int u, int v) {
+  return Point(0.1 * u, -2.5 * v, u + 10.0 * v);
+}
+
+void pointRecord(Bytes& b, Point const& p) {
+  f32(b, p.getX());
+  f32(b, p.getY());
+  f32(b, p.getZ());
+}
+
+TEST(RectMeshFiles, Version0LoadsValidityRebuildsRegionsAndSavesAsVersion1) {
+  // 2 x 1 quads; point (2, 0) is invalid and its record holds garbage.
+  Bytes file = header(0, "ignored", 2, 1, 1.5, 0.25, 4.0);
+  file.insert(file.end(), {2, 1, 0, 7, 1, 255});
+  for (int i = 0; i < 6; ++i)
+    for (double x : {0.1 * (i % 3), -2.5 * (i / 3), i % 3 + 10.0 * (i / 3)})
+      f64(file, i == 2 ? 99.0 : x);
+  std::string const path = tempPath("v0\\mesh.v2.quads");
+  writeFile(path, file);
+  RectMesh mesh;
+  mesh.load(path.c_str());
+  EXPECT_EQ("mesh.v2", mesh.getFileName());
+  EXPECT_EQ("", mesh.getMeshName());
+  EXPECT_EQ(Extents(2, 1), mesh.getExtents());
+  EXPECT_EQ(1.5, mesh.getMeanQuadArea());
+  EXPECT_EQ(0.25, mesh.getMinQuadArea());
+  EXPECT_EQ(4.0, mesh.getMaxQuadArea());
+  // Valid plus interior (bit 1) or boundary (bit 2): (1, 0) and (2, 1) border on (2, 0).
+  signed char const flags[] = {3, 5, 0, 3, 3, 5};
+  for (int i = 0; i < 6; ++i) {
+    GridPoint const p(i % 3, i / 3);
+    EXPECT_EQ(flags[i], mesh.getPointFlags(p)) << i;
+    if (i != 2) {
+      EXPECT_EQ(pointAt(i % 3, i / 3), mesh.getPoint(p)) << i;
+    }
+  }
+
+  Bytes expected = header(1, "", 2, 1, 1.5, 0.25, 4.0);
+  u32(expected, 0);
+  expected.insert(expected.end(), std::begin(flags), std::end(flags));
+  for (int i : {0, 1, 3, 4, 5})
+    pointRecord(expected, pointAt(i % 3, i / 3));
+  std::string const saved = tempPath("out\\saved.quads");
+  mesh.save(saved.c_str());
+  EXPECT_EQ(expected, readFile(saved));
+  EXPECT_EQ(saved, mesh.getFileName());
+  EXPECT_EQ("\\saved.quads", mesh.getShortFileName());
+}
+
+TEST(RectMeshFiles, Version1RoundTripKeepsFlagBytesNameAndScaledPoints) {
+  ScaledMesh mesh;
+  mesh.init(Extents(3, 2));
+  mesh.setScale(2.0);
+  for (int v = 0; v <= 2; ++v)
+    for (int u = 0; u <= 3; ++u)
+      mesh.setPoint(GridPoint(u, v), pointAt(u, v));
+  mesh.setPointFlags(GridPoint(1, 1), 0x1D);       // valid, boundary, bit 3, marked
+  mesh.setPointFlags(GridPoint(2, 0), char(0xF6)); // invalid, other bits set
+  mesh.setMeshName(std::string(100, 'a') + std::string(100, 'b'));
+  std::string const path = tempPath("roundtrip.quads");
+  mesh.save(path.c_str());
+  EXPECT_EQ(176u + 12 + 11 * 12, readFile(path).size());
+
+  RectMesh loaded;
+  loaded.load(path.c_str());
+  EXPECT_EQ(std::string(100, 'a') + std::string(27, 'b'), loaded.getMeshName());
+  EXPECT_EQ("roundtrip", loaded.getFileName());
+  for (int v = 0; v <= 2; ++v)
+    for (int u = 0; u <= 3; ++u) {
+      GridPoint const p(u, v);
+      EXPECT_EQ(mesh.getPointFlags(p), loaded.getPointFlags(p));
+      if (loaded.getIsPointValid(p)) {
+        EXPECT_EQ(mesh.getPoint(p), loaded.getPoint(p));
+      }
+    }
+  std::uint32_t U = 0, V = 0;
+  double mean = 1, min = 1, max = 1;
+  RectMesh::getFileHeaderItems(path.c_str(), U, V, mean, min, max);
+  EXPECT_EQ(3u, U);
+  EXPECT_EQ(2u, V);
+  EXPECT_EQ(0.0, mean + min + max);
+}
+
+TEST(RectMeshFiles, Version1ReadsDoubleAndIntCoordinatesOfValidPointsOnly) {
+  for (std::uint32_t type : {1u, 2u}) {
+    Bytes file = header(1, "name", 1, 0, 0, 0, 0);
+    u32(file, type);
+    file.insert(file.end(), {0, 0x11});
+    for (std::int32_t x : {-7, 3, 2147483647})
+      type == 1 ? f64(file, x) : u32(file, static_cast<std::uint32_t>(x));
+    std::string const path = tempPath("typed.quads");
+    writeFile(path, file);
+    RectMesh mesh;
+    mesh.load(path.c_str());
+    EXPECT_EQ("name", mesh.getMeshName());
+    EXPECT_EQ(0, mesh.getPointFlags(GridPoint(0, 0)));
+    EXPECT_EQ(0x11, mesh.getPointFlags(GridPoint(1, 0)));
+    EXPECT_EQ(Point(-7, 3, 2147483647.0), mesh.getPoint(GridPoint(1, 0))) << type;
+  }
+}
+
+TEST(RectMeshFiles, EmptyAndOnePointMeshesWriteOneFlagByte) {
+  RectMesh empty;
+  std::string const path = tempPath("one.quads");
+  empty.save(path.c_str());
+  Bytes expected = header(1, "", 0, 0, 0, 0, 0);
+  u32(expected, 0);
+  expected.push_back(0);
+  EXPECT_EQ(expected, readFile(path));
+
+  GridMesh one;
+  one.init(Extents(0, 0));
+  one.setPoint(GridPoint(0, 0), pointAt(3, 4));
+  one.save(path.c_str());
+  expected.back() = 1;
+  pointRecord(expected, pointAt(3, 4));
+  EXPECT_EQ(expected, readFile(path));
+}
+
+TEST(RectMeshFiles, MalformedFilesAreRefusedBeforeTheGridChanges) {
+  auto v1 = [](std::uint32_t U, std::uint32_t V, std::uint32_t type, Bytes const& body) {
+    Bytes b = header(1, "", U, V, 0, 0, 0);
+    u32(b, type);
+    b.insert(b.end(), body.begin(), body.end());
+    return b;
+  };
+  Bytes const valid = v1(1, 0, 0, {1, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0});
+  Bytes badMagic = valid, noNul = valid, version2 = valid, v0 = header(0, "", 0, 0, 0, 0, 0);
+  badMagic[7] = 'D';
+  std::fill(noNul.begin() + 12, noNul.begin() + 140, 'n');
+  version2[8] = 2;
+  v0.insert(v0.end(), 1 + 23, 1); // one byte short of its point
+  std::string const invalid = "Invalid .quads file.";
+  std::pair<Bytes, std::string> const cases[] = {
+      {Bytes(valid.begin(), valid.begin() + 5), invalid},
+      {Bytes(valid.begin(), valid.begin() + 175), invalid},
+      {badMagic, invalid},
+      {noNul, invalid},
+      {v1(1, 0, 0, {1}), invalid},
+      {Bytes(valid.begin(), valid.end() - 1), invalid},
+      {v0, invalid},
+      {v1(0x7FFFFFFF, 0, 0, Bytes(1 << 16)), invalid},
+      {v1(0x7FFFFFFE, 0x7FFFFFFE, 0, Bytes(1 << 16)), invalid},
+      {v1(1, 0, 3, {0, 0}), "Unsupported coordinate data-type"},
+      {version2, "Unsupported .quad file version."},
+  };
+  std::string const path = tempPath("bad.quads");
+  for (auto const& [bytes, message] : cases) {
+    writeFile(path, bytes);
+    GridMesh mesh;
+    mesh.init(Extents(4, 5));
+    EXPECT_EQ(message, messageOf([&] { mesh.load(path.c_str()); })) << bytes.size();
+    EXPECT_EQ(Extents(4, 5), mesh.getExtents());
+  }
+  writeFile(path, valid);
+  EXPECT_EQ("no exception", messageOf([&] { RectMesh().load(path.c_str()); }));
+  // The header alone decides here: the largest extents whose indices fit in int pass.
+  std::uint32_t U, V;
+  double a, b, c;
+  writeFile(path, v1(0x7FFFFFFE, 0x7FFFFFFE, 0, {}));
+  RectMesh::getFileHeaderItems(path.c_str(), U, V, a, b, c);
+  EXPECT_EQ(0x7FFFFFFEu, U);
+  EXPECT_EQ(0x7FFFFFFEu, V);
+  writeFile(path, v1(0, 0x7FFFFFFF, 0, {}));
+  EXPECT_EQ(invalid, messageOf([&] { RectMesh::getFileHeaderItems(path.c_str(), U, V, a, b, c); }));
+}
+
+TEST(RectMeshFiles, SaveChoosesTheFormatByNameAndReportsOpenFailures) {
+  GridMesh mesh;
+  mesh.init(Extents(2, 1));
+  for (int i : {0, 1, 2, 3, 4})
+    mesh.setPoint(GridPoint(i % 3, i / 3), pointAt(i % 3, i / 3));
+  std::string const obj = tempPath("grid.obj");
+  mesh.save(obj.c_str());
+  EXPECT_EQ(obj, mesh.getFileName());
+  EXPECT_EQ("#\n# Proprietary data of Tarvelin QARN - do not distribute\n#\n\ng Vertices\n"
+            "v 0 -0 0\nv 0.1 -0 1\nv 0.2 -0 2\nv 0 -2.5 10\nv 0.1 -2.5 11\nv 0 0 0\n"
+            "\ng Faces\nf 1 2 5 4\n",
+            readText(obj));
+  for (char const* name : {"a.obj.quads", "a.quads.obj"}) {
+    mesh.save(tempPath(name).c_str());
+    EXPECT_EQ('Q', readFile(tempPath(name)).at(0)) << name;
+  }
+
+  std::string const missing = tempPath("missing/dir/mesh.quads");
+  std::string const open = "Quad-mesh file open failure.";
+  EXPECT_EQ("Unsupported file extension", messageOf([&] { mesh.save("mesh.QUADS"); }));
+  EXPECT_EQ(open, messageOf([&] { mesh.save(missing.c_str()); }));
+  EXPECT_EQ(open, messageOf([&] { mesh.saveAsOBJ(missing.c_str()); }));
+  EXPECT_EQ(open, messageOf([&] { mesh.load(missing.c_str()); }));
+  std::uint32_t U, V;
+  double a, b, c;
+  EXPECT_EQ(open, messageOf([&] { RectMesh::getFileHeaderItems(missing.c_str(), U, V, a, b, c); }));
+  EXPECT_THROW(mesh.load(missing.c_str()), std::ios_base::failure);
+  EXPECT_EQ(tempPath("a.quads.obj"), mesh.getFileName());
+}
+
+TEST(RectMeshFiles, SaveReportsBothStagesInPercent) {
+  struct Listener : QARN::ProgressListener {
+    std::string log;
+    void setStatusText(char const* text) override { log += std::string(text) + " "; }
+    void setProgress(std::uint32_t percent) override { log += std::to_string(percent) + " "; }
+    void setValue(char const*, double) override {}
+    void setIteration(std::uint32_t) override {}
+  } listener;
+  GridMesh mesh;
+  mesh.init(Extents(2, 1));
+  mesh.setProgressListener(&listener);
+  mesh.save(tempPath("progress.quads").c_str());
+  EXPECT_EQ("Writing point flags... 1 17 34 51 67 84 Writing quad points... 1 17 34 51 67 84 ",
+            listener.log);
+}
+
+TEST(RectMeshFiles, ShortNamesKeepTheirLastSeparator) {
+  RectMesh mesh;
+  EXPECT_EQ(mesh.getFileName(), mesh.getShortFileName());
+  EXPECT_EQ(0u, mesh.getFileName().find("Unnamed"));
+  std::filesystem::create_directories(tempPath("sub.dir\\x"));
+  std::string const path = tempPath("sub.dir\\x/mesh");
+  mesh.save((path + ".quads").c_str());
+  EXPECT_EQ("/mesh.quads", mesh.getShortFileName());
+  std::filesystem::rename(path + ".quads", path);
+  mesh.load(path.c_str());
+  EXPECT_EQ("mesh", mesh.getFileName());
+}
+
+} // namespace
