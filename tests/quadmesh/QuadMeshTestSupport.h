@@ -28,6 +28,19 @@ public:
   }
 };
 
+/// A grid that counts the reads of its points, to tell how far a search went.
+class CountingMesh : public GridMesh {
+public:
+  using GridMesh::GridMesh;
+
+  Point getPoint(GridPoint const& p) const override {
+    ++reads;
+    return GridMesh::getPoint(p);
+  }
+
+  mutable long reads = 0;
+};
+
 /// A flat grid in the plane z = 0 with unit spacing: point (u, v) at (u, v, 0).
 inline GridMesh flatGrid(std::uint32_t U, std::uint32_t V) {
   return GridMesh(U, V, [](int u, int v) { return Point(u, v, 0.0); });

@@ -27,6 +27,8 @@ constexpr double measuredDistanceCeiling = 10000.0;
 /// The start search keeps refining while its best squared distance exceeds this.
 constexpr double startSearchGiveUpDistanceSqr = 400.0;
 constexpr double initialLocalMinimum = 1000000.0;
+/// Bound of k, the samples per axis of a start-search pass.
+constexpr std::int64_t maximumSamplesPerAxis = 1024;
 
 double halfPi() {
   return Utility::twopi() / 4.0;
@@ -215,9 +217,11 @@ GridPoint RectMesh::getStartSearchPoint(Point const& position) const {
     return best;
   double bestDistanceSqr = getPoint(best).dSqr(position);
 
+  // k × k samples a pass; k is bounded so that absurd settings cannot exhaust memory.
   std::int64_t const k =
-      std::max<std::int64_t>(1, GridIndex::saturatingCast<std::int64_t>(
-                                    round(std::sqrt(static_cast<double>(searchDivideByNTimes)))));
+      std::clamp<std::int64_t>(GridIndex::saturatingCast<std::int64_t>(
+                                   round(std::sqrt(static_cast<double>(searchDivideByNTimes)))),
+                               1, maximumSamplesPerAxis);
   auto const count = static_cast<std::uint32_t>(k * k);
   std::array<GridPoint, 64> fixedSamples;
   std::vector<GridPoint> largeSamples;

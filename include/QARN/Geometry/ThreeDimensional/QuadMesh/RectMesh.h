@@ -12,6 +12,7 @@
 #include <QARN/Geometry/TwoDimensional/Vector.h>
 #include <QARN/Progress/ProgressListener.h>
 
+#include <cstddef>
 #include <cstdint>
 #include <iosfwd>
 #include <memory>
@@ -153,7 +154,7 @@ public:
 
   /// Extra passes the start search may run to escape a poor local minimum.
   static std::uint32_t maxDoNMoreTimes;
-  /// Samples per coarse-to-fine pass of the start search (k × k with k = round(√n) ≥ 1).
+  /// Samples per coarse-to-fine pass of the start search: k × k with k = round(√n), 1 ≤ k ≤ 1024.
   static std::uint32_t searchDivideByNTimes;
 
   /// Reverses the sense of quad normals when the hit angle is measured.
