@@ -39,39 +39,26 @@ std::string tempPath(std::string const& name) {
   return (dir != nullptr ? std::string(dir) : testing::TempDir()) + "/" + name;
 }
 
-// Little-endian field writers, independent of the library's own.
-void u32(Bytes& b, std::uint32_t x) {
-  for (int i = 0; i < 4; ++i)
-    b.push_back(static_cast<unsigned char>(x >> (8 * i)));
-}
-void u64(Bytes& b, std::uint64_t x) {
-  u32(b, static_cast<std::uint32_t>(x));
-  u32(b, static_cast<std::uint32_t>(x >> 32));
-}
-void f32(Bytes& b, float x) {
-  std::uint32_t bits;
-  std::memcpy(&bits, &x, 4);
-  u32(b, bits);
-}
-void f64(Bytes& b, double x) {
-  std::uint64_t bits;
-  std::memcpy(&bits, &x, 8);
-  u64(b, bits);
+// Appends x little-endian, independently of the library's own field writers.
+template <typename T>
+void put(Bytes& b, T x) {
+  std::uint64_t bits = 0;
+  std::memcpy(&bits, &x, sizeof x);
+  for (std::size_t i = 0; i < sizeof x; ++i)
+    b.push_back(static_cast<unsigned char>(bits >> (8 * i)));
 }
 
 // Magic, version, name field, U, V and the areas (mean, min, max).
-Bytes header(std::uint32_t version, std::string const& name, std::uint32_t U, std::uint32_t V,
-             double mean, double min, double max) {
+Bytes header(std::uint32_t version, std::string name, std::uint32_t U, std::uint32_t V, double mean,
+             double min, double max) {
   Bytes b{'Q', 'A', 'R', 'N', 'Q', 'u', 'a', 'd'};
-  u32(b, version);
-  std::string field = name;
-  field.resize(128, '\0');
-  b.insert(b.end(), field.begin(), field.end());
-  u32(b, U);
-  u32(b, V);
-  f64(b, mean);
-  f64(b, min);
-  f64(b, max);
+  put(b, version);
+  name.resize(128, '\0');
+  b.insert(b.end(), name.begin(), name.end());
+  for (std::uint32_t x : {U, V})
+    put(b, x);
+  for (double x : {mean, min, max})
+    put(b, x);
   return b;
 }
 
@@ -82,11 +69,6 @@ void writeFile(std::string const& path, Bytes const& b) {
 Bytes readFile(std::string const& path) {
   std::ifstream in(path, std::ios::binary);
   return Bytes(std::istreambuf_iterator<char>(in), {});
-}
-
-std::string readText(std::string const& path) {
-  std::ifstream in(path);
-  return std::string(std::istreambuf_iterator<char>(in), {});
 }
 
 template <typename Call>
@@ -105,9 +87,8 @@ Point pointAt(int u, int v) {
 }
 
 void pointRecord(Bytes& b, Point const& p) {
-  f32(b, p.getX());
-  f32(b, p.getY());
-  f32(b, p.getZ());
+  for (float x : {p.getX(), p.getY(), p.getZ()})
+    put(b, x);
 }
 
 TEST(RectMeshFiles, Version0LoadsValidityRebuildsRegionsAndSavesAsVersion1) {
@@ -116,7 +97,7 @@ TEST(RectMeshFiles, Version0LoadsValidityRebuildsRegionsAndSavesAsVersion1) {
   file.insert(file.end(), {2, 1, 0, 7, 1, 255});
   for (int i = 0; i < 6; ++i)
     for (double x : {0.1 * (i % 3), -2.5 * (i / 3), i % 3 + 10.0 * (i / 3)})
-      f64(file, i == 2 ? 99.0 : x);
+      put(file, i == 2 ? 99.0 : x);
   std::string const path = tempPath("v0\\mesh.v2.quads");
   writeFile(path, file);
   RectMesh mesh;
@@ -138,7 +119,7 @@ TEST(RectMeshFiles, Version0LoadsValidityRebuildsRegionsAndSavesAsVersion1) {
   }
 
   Bytes expected = header(1, "", 2, 1, 1.5, 0.25, 4.0);
-  u32(expected, 0);
+  put(expected, 0u);
   expected.insert(expected.end(), std::begin(flags), std::end(flags));
   for (int i : {0, 1, 3, 4, 5})
     pointRecord(expected, pointAt(i % 3, i / 3));
@@ -186,10 +167,10 @@ TEST(RectMeshFiles, Version1RoundTripKeepsFlagBytesNameAndScaledPoints) {
 TEST(RectMeshFiles, Version1ReadsDoubleAndIntCoordinatesOfValidPointsOnly) {
   for (std::uint32_t type : {1u, 2u}) {
     Bytes file = header(1, "name", 1, 0, 0, 0, 0);
-    u32(file, type);
+    put(file, type);
     file.insert(file.end(), {0, 0x11});
     for (std::int32_t x : {-7, 3, 2147483647})
-      type == 1 ? f64(file, x) : u32(file, static_cast<std::uint32_t>(x));
+      type == 1 ? put(file, double(x)) : put(file, x);
     std::string const path = tempPath("typed.quads");
     writeFile(path, file);
     RectMesh mesh;
@@ -202,14 +183,12 @@ TEST(RectMeshFiles, Version1ReadsDoubleAndIntCoordinatesOfValidPointsOnly) {
 }
 
 TEST(RectMeshFiles, EmptyAndOnePointMeshesWriteOneFlagByte) {
-  RectMesh empty;
   std::string const path = tempPath("one.quads");
-  empty.save(path.c_str());
   Bytes expected = header(1, "", 0, 0, 0, 0, 0);
-  u32(expected, 0);
+  put(expected, 0u);
   expected.push_back(0);
+  RectMesh().save(path.c_str());
   EXPECT_EQ(expected, readFile(path));
-
   GridMesh one;
   one.init(Extents(0, 0));
   one.setPoint(GridPoint(0, 0), pointAt(3, 4));
@@ -222,7 +201,7 @@ TEST(RectMeshFiles, EmptyAndOnePointMeshesWriteOneFlagByte) {
 TEST(RectMeshFiles, MalformedFilesAreRefusedBeforeTheGridChanges) {
   auto v1 = [](std::uint32_t U, std::uint32_t V, std::uint32_t type, Bytes const& body) {
     Bytes b = header(1, "", U, V, 0, 0, 0);
-    u32(b, type);
+    put(b, type);
     b.insert(b.end(), body.begin(), body.end());
     return b;
   };
@@ -275,10 +254,11 @@ TEST(RectMeshFiles, SaveChoosesTheFormatByNameAndReportsOpenFailures) {
   std::string const obj = tempPath("grid.obj");
   mesh.save(obj.c_str());
   EXPECT_EQ(obj, mesh.getFileName());
+  Bytes const text = readFile(obj);
   EXPECT_EQ("#\n# Proprietary data of Tarvelin QARN - do not distribute\n#\n\ng Vertices\n"
             "v 0 -0 0\nv 0.1 -0 1\nv 0.2 -0 2\nv 0 -2.5 10\nv 0.1 -2.5 11\nv 0 0 0\n"
             "\ng Faces\nf 1 2 5 4\n",
-            readText(obj));
+            std::string(text.begin(), text.end()));
   for (char const* name : {"a.obj.quads", "a.quads.obj"}) {
     mesh.save(tempPath(name).c_str());
     EXPECT_EQ('Q', readFile(tempPath(name)).at(0)) << name;
@@ -295,6 +275,31 @@ TEST(RectMeshFiles, SaveChoosesTheFormatByNameAndReportsOpenFailures) {
   EXPECT_EQ(open, messageOf([&] { RectMesh::getFileHeaderItems(missing.c_str(), U, V, a, b, c); }));
   EXPECT_THROW(mesh.load(missing.c_str()), std::ios_base::failure);
   EXPECT_EQ(tempPath("a.quads.obj"), mesh.getFileName());
+}
+
+TEST(RectMeshFiles, QuadAreaDistributionUsesTheStoredStatistics) {
+  // Quads of area 1 and 2, stored as min 1, max 2, mean 1.5: they fall in the first and last bin.
+  Bytes file = header(1, "", 2, 1, 1.5, 1.0, 2.0);
+  put(file, 0u);
+  file.insert(file.end(), 6, 1);
+  for (Point const& p : {Point(0, 0, 0), Point(1, 0, 0), Point(2, 0, 0), Point(0, 1, 0),
+                         Point(1, 1, 0), Point(2, 3, 0)})
+    pointRecord(file, p);
+  std::string const path = tempPath("areas.quads");
+  writeFile(path, file);
+  RectMesh mesh;
+  mesh.load(path.c_str());
+  mesh.saveQuadAreaDistribution(tempPath("areas.txt"));
+  std::ifstream in(tempPath("areas.txt"));
+  std::vector<std::string> lines;
+  for (std::string line; std::getline(in, line);)
+    lines.push_back(line);
+  ASSERT_EQ(1024u, lines.size());
+  EXPECT_EQ("0.666992 0.5", lines[0]);
+  EXPECT_EQ("0.667643 0", lines[1]);
+  EXPECT_EQ("1.33301 0.5", lines[1023]);
+  EXPECT_EQ("Quad area distribution file open failure.",
+            messageOf([&] { mesh.saveQuadAreaDistribution(tempPath("missing/areas.txt")); }));
 }
 
 TEST(RectMeshFiles, SaveReportsBothStagesInPercent) {

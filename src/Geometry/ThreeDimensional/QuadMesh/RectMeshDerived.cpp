@@ -1,3 +1,6 @@
+#include <QARN/Exception.h>
+#include <QARN/Geometry/ThreeDimensional/AffineMap.h>
+#include <QARN/Geometry/ThreeDimensional/LinearMap.h>
 #include <QARN/Geometry/ThreeDimensional/QuadMesh/RectMesh.h>
 
 #include <Geometry/ThreeDimensional/QuadMesh/GridIndex.h>
@@ -6,6 +9,7 @@
 #include <cmath>
 #include <cstdint>
 #include <limits>
+#include <utility>
 
 namespace QARN::Geometry::ThreeDimensional::QuadMesh {
 
@@ -43,6 +47,334 @@ void RectMesh::getMaxMeanMinQuadSize(double* max, double* mean, double* min) con
   *max = largest;
   *mean = count > 0 ? sum / static_cast<double>(count) : 0.0;
   *min = smallest;
+}
+
+namespace {
+
+using GridPoint = TwoDimensional::Point<int>;
+
+/// The last grid index along an axis that int indices can address.
+std::int64_t lastIndex(std::uint32_t extent) {
+  return std::min<std::int64_t>(extent, std::numeric_limits<int>::max());
+}
+
+GridPoint gridPoint(std::int64_t u, std::int64_t v) {
+  return GridPoint(static_cast<int>(u), static_cast<int>(v));
+}
+
+/// Distance of x from the straight line through a and b, or from a when a and b coincide.
+double getDistanceFromLine(Point const& x, Point const& a, Point const& b) {
+  Vector const ab = b - a;
+  Vector const ax = x - a;
+  double const lengthSqr = ab.lSqr();
+  if (lengthSqr == 0.0)
+    return std::sqrt(ax.lSqr());
+  return std::sqrt(ax.cross(ab).lSqr() / lengthSqr);
+}
+
+} // namespace
+
+void RectMesh::getSubSampled(ResampleDataType type, std::uint32_t count, RectMesh& target) const {
+  if (type == SampleStep && count == 0)
+    throw Exception("Invalid sub-sampling step.");
+  if (&target == this) {
+    RectMesh scratch;
+    getSubSampled(type, count, scratch);
+    target.swapGrid(scratch);
+    return;
+  }
+  std::uint32_t f = 1;
+  if (type == MaxNumberOfQuads) {
+    std::uint32_t n = extents.getdU() * extents.getdV();
+    while (n > count) {
+      n >>= 2;
+      f *= 2;
+    }
+  } else if (type == SampleStep) {
+    f = count;
+  }
+  TwoDimensional::Vector<std::uint32_t> const sampled(extents.getdU() / f, extents.getdV() / f);
+  target.init(sampled);
+  for (std::int64_t j = 0; j <= lastIndex(sampled.getdV()); ++j)
+    for (std::int64_t i = 0; i <= lastIndex(sampled.getdU()); ++i) {
+      if (!getIsValidAt(i * f, j * f))
+        continue;
+      GridPoint const source = gridPoint(i * f, j * f);
+      GridPoint const p = gridPoint(i, j);
+      target.setPoint(p, getPoint(source));
+      target.setPointFlags(p, getPointFlags(source));
+    }
+  target.finishDerivedGrid(searchPointBudget);
+  target.fileName = fileName;
+}
+
+void RectMesh::getRestrictedToAABB(TwoDimensional::BoundingBoxAA<int> const& box,
+                                   RectMesh& target) const {
+  TwoDimensional::Vector<int> const& d = box.getd();
+  if (d.getdU() < 0 || d.getdV() < 0)
+    throw Exception("Invalid restriction box.");
+  if (&target == this) {
+    RectMesh scratch;
+    getRestrictedToAABB(box, scratch);
+    target.swapGrid(scratch);
+    return;
+  }
+  TwoDimensional::Vector<std::uint32_t> const size(static_cast<std::uint32_t>(d.getdU()),
+                                                   static_cast<std::uint32_t>(d.getdV()));
+  target.init(size);
+  std::int64_t const u0 = box.getp().getU();
+  std::int64_t const v0 = box.getp().getV();
+  for (std::int64_t j = 0; j <= d.getdV(); ++j)
+    for (std::int64_t i = 0; i <= d.getdU(); ++i) {
+      // Indices beyond int's range lie outside every grid and stay invalid.
+      if (!getIsValidAt(u0 + i, v0 + j))
+        continue;
+      GridPoint const source = gridPoint(u0 + i, v0 + j);
+      GridPoint const p = gridPoint(i, j);
+      target.setPoint(p, getPoint(source));
+      target.setPointFlags(p, getPointFlags(source));
+    }
+  target.finishDerivedGrid(searchPointBudget);
+}
+
+void RectMesh::getRestrictedToAABB(BoundingBoxAA const& box, RectMesh& target) const {
+  if (&target == this) {
+    RectMesh scratch;
+    getRestrictedToAABB(box, scratch);
+    target.swapGrid(scratch);
+    return;
+  }
+  auto const isKept = [&](GridPoint const& p) {
+    return getIsPointValid(p) && box.getIsInside(getPoint(p));
+  };
+  std::int64_t const lastU = lastIndex(extents.getdU());
+  std::int64_t const lastV = lastIndex(extents.getdV());
+  std::int64_t uMin = lastU, uMax = 0, vMin = lastV, vMax = -1;
+  for (std::int64_t v = 0; v <= lastV && !pointRows.empty(); ++v)
+    for (std::int64_t u = 0; u <= lastU; ++u)
+      if (isKept(gridPoint(u, v))) {
+        uMin = std::min(uMin, u);
+        uMax = std::max(uMax, u);
+        vMin = std::min(vMin, v);
+        vMax = v;
+      }
+  if (vMax < 0) {
+    target.init(TwoDimensional::Vector<std::uint32_t>());
+    target.finishDerivedGrid(searchPointBudget);
+    return;
+  }
+  target.init(TwoDimensional::Vector<std::uint32_t>(static_cast<std::uint32_t>(uMax - uMin),
+                                                    static_cast<std::uint32_t>(vMax - vMin)));
+  for (std::int64_t v = vMin; v <= vMax; ++v)
+    for (std::int64_t u = uMin; u <= uMax; ++u) {
+      GridPoint const source = gridPoint(u, v);
+      if (!isKept(source))
+        continue;
+      GridPoint const p = gridPoint(u - uMin, v - vMin);
+      target.setPoint(p, getPoint(source));
+      target.setPointFlags(p, getPointFlags(source));
+    }
+  target.finishDerivedGrid(searchPointBudget);
+}
+
+void RectMesh::getFlattened(RectMesh& target) const {
+  if (&target == this) {
+    RectMesh scratch;
+    getFlattened(scratch);
+    target.swapGrid(scratch);
+    return;
+  }
+  target.init(extents);
+  double const s = std::sqrt(getMeanQuadArea());
+  for (std::int64_t v = 0; v <= lastIndex(extents.getdV()) && !pointRows.empty(); ++v)
+    for (std::int64_t u = 0; u <= lastIndex(extents.getdU()); ++u) {
+      GridPoint const p = gridPoint(u, v);
+      if (!getIsPointValid(p))
+        continue;
+      target.setPoint(p, Point(static_cast<double>(u) * s, static_cast<double>(v) * s, 0.0));
+      target.setPointFlags(p, getPointFlags(p));
+    }
+  target.finishDerivedGrid(searchPointBudget);
+}
+
+void RectMesh::getNormalised(double quadSize, RectMesh& target) const {
+  getNormalised(quadSize, Vector(), target);
+}
+
+void RectMesh::getNormalised(double quadSize, Vector const& centre, RectMesh& target) const {
+  if (!std::isfinite(quadSize) || quadSize <= 0.0)
+    throw Exception("Invalid normalisation quad size.");
+  if (&target == this) {
+    RectMesh scratch;
+    getNormalised(quadSize, centre, scratch);
+    target.swapGrid(scratch);
+    return;
+  }
+  std::int64_t const lastU = pointRows.empty() ? -1 : lastIndex(extents.getdU());
+  std::int64_t const lastV = pointRows.empty() ? -1 : lastIndex(extents.getdV());
+  Point const origin;
+  Vector sum;
+  std::uint64_t count = 0;
+  for (std::int64_t v = 0; v <= lastV; ++v)
+    for (std::int64_t u = 0; u <= lastU; ++u) {
+      GridPoint const p = gridPoint(u, v);
+      if (!getIsPointValid(p))
+        continue;
+      sum += getPoint(p) - origin;
+      ++count;
+    }
+  Vector const centroid = count > 0 ? sum / static_cast<double>(count) : Vector();
+  double largest = 0.0, mean = 0.0, smallest = 0.0;
+  getMaxMeanMinQuadSize(&largest, &mean, &smallest);
+  double const scale = mean > 0.0 ? quadSize / std::sqrt(mean) : 1.0;
+
+  target.init(extents);
+  for (std::int64_t v = 0; v <= lastV; ++v)
+    for (std::int64_t u = 0; u <= lastU; ++u) {
+      GridPoint const p = gridPoint(u, v);
+      if (!getIsPointValid(p))
+        continue;
+      target.setPoint(p, origin + centre + (getPoint(p) - origin - centroid) * scale);
+      target.setPointFlags(p, getPointFlags(p));
+    }
+  target.finishDerivedGrid(searchPointBudget);
+}
+
+void RectMesh::transform(Point const& centre, AffineMap const& map) {
+  if (pointRows.empty())
+    return;
+  for (std::int64_t v = 0; v <= lastIndex(extents.getdV()); ++v)
+    for (std::int64_t u = 0; u <= lastIndex(extents.getdU()); ++u) {
+      GridPoint const p = gridPoint(u, v);
+      if (getIsPointValid(p))
+        setPoint(p, centre + map(getPoint(p) - centre));
+    }
+}
+
+void RectMesh::mirror(CanonicalPlane plane, Point const& centre, CanonicalAxis axis) {
+  if (axis != U && axis != V)
+    throw Exception("Invalid scan flip axis");
+  if (plane != X && plane != Y && plane != Z)
+    throw Exception("Invalid mirror plane.");
+  LinearMap reflection;
+  reflection.setAsIdentity();
+  reflection.set(plane, plane, -1.0);
+  transform(centre, AffineMap(reflection, Vector()));
+  flipWinding(axis);
+}
+
+void RectMesh::testArrayStripes(std::uint32_t aperture, double tolerance, std::uint32_t step,
+                                std::uint32_t& segmentCount, std::uint32_t& passedCount,
+                                std::vector<std::pair<GridPoint, GridPoint>>& stripes) const {
+  if (step == 0)
+    throw Exception("Invalid array stripe step.");
+  segmentCount = 0;
+  passedCount = 0;
+  stripes.clear();
+  if (pointRows.empty())
+    return;
+  // NaN positions or a NaN tolerance fail the comparison, so such segments never pass.
+  auto const isStraight = [&](std::int64_t u0, std::int64_t u1, std::int64_t v) {
+    for (std::int64_t u = u0; u <= u1; ++u)
+      if (!getIsValidAt(u, v))
+        return false;
+    Point const a = getPoint(gridPoint(u0, v));
+    Point const b = getPoint(gridPoint(u1, v));
+    for (std::int64_t u = u0; u <= u1; ++u)
+      if (!(getDistanceFromLine(getPoint(gridPoint(u, v)), a, b) <= tolerance))
+        return false;
+    return true;
+  };
+  std::int64_t const lastU = lastIndex(extents.getdU());
+  std::int64_t const lastV = lastIndex(extents.getdV());
+  for (std::int64_t u0 = 0; u0 + aperture <= lastU; u0 += step) {
+    std::int64_t const u1 = u0 + aperture;
+    std::int64_t runStart = -1;
+    for (std::int64_t v = 0; v <= lastV + 1; ++v) {
+      bool passes = false;
+      if (v <= lastV) {
+        passes = isStraight(u0, u1, v);
+        ++segmentCount;
+        passedCount += passes ? 1 : 0;
+      }
+      if (passes) {
+        if (runStart < 0)
+          runStart = v;
+        continue;
+      }
+      if (runStart >= 0 && v - 1 > runStart)
+        stripes.emplace_back(gridPoint(u0, runStart), gridPoint(u1, v - 1));
+      runStart = -1;
+    }
+  }
+}
+
+void RectMesh::flipWinding(CanonicalAxis axis) {
+  if (axis != U && axis != V)
+    throw Exception("Invalid scan flip axis");
+  if (axis == U) {
+    std::size_t const columns = static_cast<std::size_t>(extents.getdU()) + 1;
+    for (std::size_t v = 0; v < pointRows.size(); ++v) {
+      std::reverse(pointRows[v].get(), pointRows[v].get() + columns);
+      std::reverse(flagRows[v].get(), flagRows[v].get() + columns);
+    }
+  } else {
+    std::reverse(pointRows.begin(), pointRows.end());
+    std::reverse(flagRows.begin(), flagRows.end());
+  }
+  isSearchReset = true;
+}
+
+void RectMesh::getQuadAreaDistribution(double min, double max, std::uint32_t bins,
+                                       std::uint32_t* counts, std::uint32_t* total) const {
+  std::fill(counts, counts + bins, 0u);
+  *total = 0;
+  if (bins == 0 || pointRows.empty())
+    return;
+  bool const isSpread = max > min;
+  double const binCount = static_cast<double>(bins);
+  double const lastBin = binCount - 1.0;
+  for (std::int64_t v = 0; v < lastIndex(extents.getdV()); ++v)
+    for (std::int64_t u = 0; u < lastIndex(extents.getdU()); ++u) {
+      if (!getIsQuadValidAt(u, v))
+        continue;
+      GridPoint const p = gridPoint(u, v);
+      Point const p0 = getPoint(p);
+      Point const p1 = getPoint(GridPoint(p.getU() + 1, p.getV()));
+      Point const p2 = getPoint(GridPoint(p.getU() + 1, p.getV() + 1));
+      Point const p3 = getPoint(GridPoint(p.getU(), p.getV() + 1));
+      double const area = 0.5 * std::sqrt((p1 - p0).cross(p2 - p0).lSqr()) +
+                          0.5 * std::sqrt((p2 - p0).cross(p3 - p0).lSqr());
+      if (std::isnan(area))
+        continue;
+      double const x = isSpread ? (area - min) * binCount / (max - min) : 0.0;
+      std::uint32_t bin = 0;
+      if (x >= lastBin)
+        bin = bins - 1;
+      else if (x > 0.0)
+        bin = static_cast<std::uint32_t>(x);
+      ++counts[bin];
+      ++*total;
+    }
+}
+
+void RectMesh::finishDerivedGrid(std::uint32_t cellsPerSearchPoint) {
+  getMaxMeanMinQuadSize(&maxQuadArea, &meanQuadArea, &minQuadArea);
+  calculateSearchPoints(cellsPerSearchPoint, numberOfSearchPointsU, numberOfSearchPointsV);
+}
+
+void RectMesh::swapGrid(RectMesh& other) {
+  std::swap(pointRows, other.pointRows);
+  std::swap(flagRows, other.flagRows);
+  std::swap(extents, other.extents);
+  std::swap(meanQuadArea, other.meanQuadArea);
+  std::swap(minQuadArea, other.minQuadArea);
+  std::swap(maxQuadArea, other.maxQuadArea);
+  std::swap(searchPoints, other.searchPoints);
+  std::swap(numberOfSearchPointsU, other.numberOfSearchPointsU);
+  std::swap(numberOfSearchPointsV, other.numberOfSearchPointsV);
+  isSearchReset = true;
+  other.isSearchReset = true;
 }
 
 } // namespace QARN::Geometry::ThreeDimensional::QuadMesh

@@ -2,13 +2,14 @@
 #include <QARN/Geometry/ThreeDimensional/QuadMesh/RectMesh.h>
 #include <QARN/IOFailure.h>
 
-#include "Progress/ProgressStage.h"
+#include <Progress/ProgressStage.h>
 
 #include <algorithm>
 #include <cstring>
 #include <fstream>
 #include <limits>
 #include <typeinfo>
+#include <utility>
 #include <vector>
 
 namespace QARN::Geometry::ThreeDimensional::QuadMesh {
@@ -21,7 +22,7 @@ constexpr char quadsMagic[8] = {'Q', 'A', 'R', 'N', 'Q', 'u', 'a', 'd'};
 constexpr std::size_t nameFieldSize = 128;
 /// magic, version, name, U, V and the three areas; version 1 adds the coordinate type.
 constexpr std::size_t headerSizeV0 = 8 + 4 + nameFieldSize + 4 + 4 + 3 * 8;
-/// Extents from here on would make the point count U + 1 overflow int.
+/// From this U or V on, an axis would have more points than int indices can address.
 constexpr std::uint32_t extentLimit = 0x7FFFFFFF;
 /// Transfer block: a multiple of every point record size (12 and 24 bytes).
 constexpr std::size_t blockSize = 24 * 43690;
@@ -40,8 +41,10 @@ std::uint64_t getU64(unsigned char const* b) {
 }
 
 void putU32(unsigned char* b, std::uint32_t x) {
-  for (int i = 0; i < 4; ++i)
-    b[i] = static_cast<unsigned char>(x >> (8 * i));
+  b[0] = static_cast<unsigned char>(x);
+  b[1] = static_cast<unsigned char>(x >> 8);
+  b[2] = static_cast<unsigned char>(x >> 16);
+  b[3] = static_cast<unsigned char>(x >> 24);
 }
 
 void putU64(unsigned char* b, std::uint64_t x) {
@@ -150,64 +153,21 @@ std::uint64_t countValidFlags(std::istream& in, std::uint64_t n) {
   return count;
 }
 
-/// Reads a point block of `records` records in large chunks, visiting the grid points v outer
-/// and u inner: each point for which hasRecord(u, v) holds takes the next record, which is
-/// handed to store(u, v, point) once all three coordinates are read. The caller has checked
-/// that the block is in the file.
-template <typename Coordinate, typename HasRecord, typename Store>
-void readPointBlock(std::istream& in, std::uint64_t records, int U, int V, HasRecord hasRecord,
-                    Store store) {
-  constexpr std::size_t recordSize = 3 * Coordinate::width;
-  std::uint64_t remaining = records * recordSize;
-  std::vector<unsigned char> buffer(
-      static_cast<std::size_t>(std::min<std::uint64_t>(remaining, blockSize)));
-  std::size_t position = 0;
-  std::size_t filled = 0;
-  for (int v = 0; v <= V; ++v)
-    for (int u = 0; u <= U; ++u) {
-      if (!hasRecord(u, v))
-        continue;
-      if (position == filled) {
-        filled = static_cast<std::size_t>(std::min<std::uint64_t>(remaining, buffer.size()));
-        readBytes(in, buffer.data(), filled);
-        remaining -= filled;
-        position = 0;
-      }
-      unsigned char const* const b = buffer.data() + position;
-      position += recordSize;
-      store(u, v,
-            Point(Coordinate::get(b), Coordinate::get(b + Coordinate::width),
-                  Coordinate::get(b + 2 * Coordinate::width)));
-    }
-}
-
 /// Collects output bytes and writes them to the stream in large chunks.
 class BlockWriter {
 public:
-  explicit BlockWriter(std::ostream& out) : out(out), buffer(blockSize) {}
+  /// A buffer of up to blockSize bytes, no larger than the expected output.
+  BlockWriter(std::ostream& out, std::uint64_t expected)
+      : out(out), buffer(static_cast<std::size_t>(std::min<std::uint64_t>(expected, blockSize))) {}
   ~BlockWriter() { flush(); }
 
-  /// Room for n ≤ blockSize bytes at the end of the buffer.
+  /// Room for n bytes (at most the buffer size) at the end of the buffer.
   unsigned char* reserve(std::size_t n) {
     if (used + n > buffer.size())
       flush();
     unsigned char* const b = buffer.data() + used;
     used += n;
     return b;
-  }
-
-  /// Appends n bytes of any length.
-  void put(void const* bytes, std::size_t n) {
-    auto const* b = static_cast<unsigned char const*>(bytes);
-    while (n > 0) {
-      if (used == buffer.size())
-        flush();
-      std::size_t const chunk = std::min(n, buffer.size() - used);
-      std::memcpy(buffer.data() + used, b, chunk);
-      used += chunk;
-      b += chunk;
-      n -= chunk;
-    }
   }
 
   void flush() {
@@ -241,19 +201,56 @@ std::uint64_t getPointCount(TwoDimensional::Vector<std::uint32_t> const& extents
 /// Calls visit(p) for every grid point p, v outer and u inner.
 template <typename Visit>
 void forEachGridPoint(TwoDimensional::Vector<std::uint32_t> const& extents, Visit visit) {
-  for (std::int64_t v = 0; v <= std::int64_t(extents.getdV()); ++v)
-    for (std::int64_t u = 0; u <= std::int64_t(extents.getdU()); ++u)
-      visit(GridPoint(static_cast<int>(u), static_cast<int>(v)));
+  GridPoint p;
+  for (std::int64_t v = 0; v <= std::int64_t(extents.getdV()); ++v) {
+    p.setV(static_cast<int>(v));
+    for (std::int64_t u = 0; u <= std::int64_t(extents.getdU()); ++u) {
+      p.setU(static_cast<int>(u));
+      visit(p);
+    }
+  }
 }
 
-/// x, y and z of every valid point as read through the virtual getPoint, v outer and u inner.
-template <typename Coordinate>
-void writePoints(RectMesh const& mesh, ProgressListener* listener, std::uint64_t total,
+/// Reads a point block of `records` records in large chunks, visiting the grid points v outer
+/// and u inner: each point p for which hasRecord(p) holds takes the next record, which is
+/// handed to store(p, point) once all three coordinates are read. The caller has checked that
+/// the block is in the file.
+template <typename Coordinate, typename HasRecord, typename Store>
+void readPointBlock(std::istream& in, std::uint64_t records,
+                    TwoDimensional::Vector<std::uint32_t> const& extents, HasRecord hasRecord,
+                    Store store) {
+  constexpr std::size_t recordSize = 3 * Coordinate::width;
+  std::uint64_t remaining = records * recordSize;
+  std::vector<unsigned char> buffer(
+      static_cast<std::size_t>(std::min<std::uint64_t>(remaining, blockSize)));
+  std::size_t position = 0;
+  std::size_t filled = 0;
+  forEachGridPoint(extents, [&](GridPoint const& p) {
+    if (!hasRecord(p))
+      return;
+    if (position == filled) {
+      filled = static_cast<std::size_t>(std::min<std::uint64_t>(remaining, buffer.size()));
+      readBytes(in, buffer.data(), filled);
+      remaining -= filled;
+      position = 0;
+    }
+    unsigned char const* const b = buffer.data() + position;
+    position += recordSize;
+    store(p, Point(Coordinate::get(b), Coordinate::get(b + Coordinate::width),
+                   Coordinate::get(b + 2 * Coordinate::width)));
+  });
+}
+
+/// x, y and z of every point for which isValid holds, read through the virtual getPoint, v
+/// outer and u inner.
+template <typename Coordinate, typename IsValid>
+void writePoints(RectMesh const& mesh, IsValid isValid, ProgressListener* listener,
                  BlockWriter& writer) {
-  ProgressStage stage(listener, "Writing quad points...", total);
+  TwoDimensional::Vector<std::uint32_t> const extents = mesh.getExtents();
+  ProgressStage stage(listener, "Writing quad points...", getPointCount(extents));
   std::uint64_t count = 0;
-  forEachGridPoint(mesh.getExtents(), [&](GridPoint const& p) {
-    if (mesh.getIsPointValid(p)) {
+  forEachGridPoint(extents, [&](GridPoint const& p) {
+    if (isValid(p)) {
       Point const x = mesh.getPoint(p);
       unsigned char* const b = writer.reserve(3 * Coordinate::width);
       Coordinate::put(b, x.getX());
@@ -284,7 +281,8 @@ void RectMesh::save(char const* fileName) {
   if (!out)
     throw IOFailure("Quad-mesh file open failure.");
   std::uint32_t const type = getCoordinateDataType();
-  BlockWriter writer(out);
+  std::uint64_t const total = getPointCount(extents);
+  BlockWriter writer(out, headerSizeV0 + 4 + total * (1 + 3 * sizeof(double)));
   unsigned char* const header = writer.reserve(headerSizeV0 + 4);
   std::memset(header, 0, headerSizeV0 + 4);
   std::memcpy(header, quadsMagic, sizeof quadsMagic);
@@ -296,22 +294,23 @@ void RectMesh::save(char const* fileName) {
   putF64(header + 156, minQuadArea);
   putF64(header + 164, maxQuadArea);
   putU32(header + 172, type);
-  std::uint64_t const total = getPointCount(extents);
   ProgressStage flagStage(progressListener, "Writing point flags...", total);
   std::uint64_t count = 0;
   forEachGridPoint(extents, [&](GridPoint const& p) {
-    *writer.reserve(1) = static_cast<unsigned char>(getPointFlags(p));
+    // An empty mesh is written as one invalid point.
+    *writer.reserve(1) = pointRows.empty() ? 0 : flagRows[p.getV()][p.getU()];
     flagStage.step(count++);
   });
+  auto const isValid = [this](GridPoint const& p) { return getIsValidAt(p.getU(), p.getV()); };
   switch (type) {
   case QuadFileHeader::Double:
-    writePoints<DoubleCoordinate>(*this, progressListener, total, writer);
+    writePoints<DoubleCoordinate>(*this, isValid, progressListener, writer);
     break;
   case QuadFileHeader::Float:
-    writePoints<FloatCoordinate>(*this, progressListener, total, writer);
+    writePoints<FloatCoordinate>(*this, isValid, progressListener, writer);
     break;
   case QuadFileHeader::Int:
-    writePoints<IntCoordinate>(*this, progressListener, total, writer);
+    writePoints<IntCoordinate>(*this, isValid, progressListener, writer);
     break;
   default:
     throw Exception("Unsupported coordinate data-type.");
@@ -412,67 +411,63 @@ void RectMesh::load(char const* fileName) {
 }
 
 void RectMesh::loadv0(QuadFileHeader const& header, std::ifstream& in) {
-  std::uint64_t const rowLength = std::uint64_t(header.quadCountU) + 1;
-  std::uint64_t const points = rowLength * (std::uint64_t(header.quadCountV) + 1);
+  TwoDimensional::Vector<std::uint32_t> const size(header.quadCountU, header.quadCountV);
+  std::uint64_t const points = getPointCount(size);
   std::uint64_t const available = getRemainingBytes(in);
   if (available < points || (available - points) / (3 * DoubleCoordinate::width) < points)
     throwInvalidFile();
-  init(TwoDimensional::Vector<std::uint32_t>(header.quadCountU, header.quadCountV));
+  init(size);
   meanQuadArea = header.meanQuadArea;
   minQuadArea = header.minQuadArea;
   maxQuadArea = header.maxQuadArea;
-  int const U = int(header.quadCountU);
-  int const V = int(header.quadCountV);
-  for (int v = 0; v <= V; ++v) {
-    signed char* const flags = flagRows[v].get();
-    readBytes(in, flags, rowLength);
-    for (int u = 0; u <= U; ++u)
-      flags[u] = flags[u] != 0 ? 1 : 0;
+  std::size_t const rowLength = std::size_t(header.quadCountU) + 1;
+  for (auto const& row : flagRows) {
+    readBytes(in, row.get(), rowLength);
+    for (std::size_t u = 0; u < rowLength; ++u)
+      row[u] = row[u] != 0 ? 1 : 0;
   }
   readPointBlock<DoubleCoordinate>(
-      in, points, U, V, [](int, int) { return true; },
-      [this](int u, int v, Point const& x) {
-        if (flagRows[v][u] != 0)
-          setPoint(GridPoint(u, v), x);
+      in, points, size, [](GridPoint const&) { return true; },
+      [this](GridPoint const& p, Point const& x) {
+        if (flagRows[p.getV()][p.getU()] != 0)
+          setPoint(p, x);
       });
-  for (int v = 0; v <= V; ++v)
-    for (int u = 0; u <= U; ++u) {
-      GridPoint const p(u, v);
-      if (getIsPointValid(p))
-        setPointFlag(p, getIsBoundaryPoint(p) ? Boundary : Interior, true);
-    }
+  forEachGridPoint(size, [this](GridPoint const& p) {
+    if (getIsPointValid(p))
+      setPointFlag(p, getIsBoundaryPoint(p) ? Boundary : Interior, true);
+  });
 }
 
 void RectMesh::loadv1(QuadFileHeader const& header, std::ifstream& in) {
   std::uint64_t const recordSize = 3 * getCoordinateWidth(header.coordinateDataType);
-  std::uint64_t const rowLength = std::uint64_t(header.quadCountU) + 1;
-  std::uint64_t const points = rowLength * (std::uint64_t(header.quadCountV) + 1);
+  TwoDimensional::Vector<std::uint32_t> const size(header.quadCountU, header.quadCountV);
+  std::uint64_t const points = getPointCount(size);
   std::uint64_t const available = getRemainingBytes(in);
   if (available < points)
     throwInvalidFile();
   std::uint64_t const records = countValidFlags(in, points);
   if ((available - points) / recordSize < records)
     throwInvalidFile();
-  init(TwoDimensional::Vector<std::uint32_t>(header.quadCountU, header.quadCountV));
+  init(size);
   meanQuadArea = header.meanQuadArea;
   minQuadArea = header.minQuadArea;
   maxQuadArea = header.maxQuadArea;
   meshName = header.meshName;
-  int const U = int(header.quadCountU);
-  int const V = int(header.quadCountV);
-  for (int v = 0; v <= V; ++v)
-    readBytes(in, flagRows[v].get(), rowLength);
-  auto const hasRecord = [this](int u, int v) { return (flagRows[v][u] & 1) != 0; };
-  auto const store = [this](int u, int v, Point const& x) { setPoint(GridPoint(u, v), x); };
+  for (auto const& row : flagRows)
+    readBytes(in, row.get(), std::uint64_t(header.quadCountU) + 1);
+  auto const hasRecord = [this](GridPoint const& p) {
+    return (flagRows[p.getV()][p.getU()] & 1) != 0;
+  };
+  auto const store = [this](GridPoint const& p, Point const& x) { setPoint(p, x); };
   switch (header.coordinateDataType) {
   case QuadFileHeader::Float:
-    readPointBlock<FloatCoordinate>(in, records, U, V, hasRecord, store);
+    readPointBlock<FloatCoordinate>(in, records, size, hasRecord, store);
     break;
   case QuadFileHeader::Double:
-    readPointBlock<DoubleCoordinate>(in, records, U, V, hasRecord, store);
+    readPointBlock<DoubleCoordinate>(in, records, size, hasRecord, store);
     break;
   case QuadFileHeader::Int:
-    readPointBlock<IntCoordinate>(in, records, U, V, hasRecord, store);
+    readPointBlock<IntCoordinate>(in, records, size, hasRecord, store);
     break;
   }
 }
@@ -480,6 +475,22 @@ void RectMesh::loadv1(QuadFileHeader const& header, std::ifstream& in) {
 std::string RectMesh::getShortFileName() const {
   std::size_t const separator = findLastSeparator(fileName);
   return separator == std::string::npos ? fileName : fileName.substr(separator);
+}
+
+void RectMesh::saveQuadAreaDistribution(std::string const& fileName) const {
+  constexpr std::uint32_t bins = 1024;
+  std::vector<std::uint32_t> counts(bins);
+  std::uint32_t total = 0;
+  getQuadAreaDistribution(minQuadArea, maxQuadArea, bins, counts.data(), &total);
+  std::ofstream out(fileName, std::ios::trunc);
+  if (!out)
+    throw IOFailure("Quad area distribution file open failure.");
+  for (std::uint32_t i = 0; i < bins; ++i) {
+    double const centre = (i + 0.5) / bins * (maxQuadArea - minQuadArea) + minQuadArea;
+    // With no quad binned every fraction is 0 rather than 0/0.
+    double const fraction = total > 0 ? double(counts[i]) / total : 0.0;
+    out << centre / meanQuadArea << " " << fraction << "\n";
+  }
 }
 
 } // namespace QARN::Geometry::ThreeDimensional::QuadMesh

@@ -1,13 +1,17 @@
 #ifndef QARN_GEOMETRY_THREEDIMENSIONAL_QUADMESH_RECTMESH_H
 #define QARN_GEOMETRY_THREEDIMENSIONAL_QUADMESH_RECTMESH_H
 
+#include <QARN/Geometry/ThreeDimensional/AffineMap.h>
 #include <QARN/Geometry/ThreeDimensional/BoundingBoxAA.h>
 #include <QARN/Geometry/ThreeDimensional/Point.h>
+#include <QARN/Geometry/ThreeDimensional/QuadMesh/CanonicalAxis.h>
+#include <QARN/Geometry/ThreeDimensional/QuadMesh/CanonicalPlane.h>
 #include <QARN/Geometry/ThreeDimensional/QuadMesh/Edge.h>
 #include <QARN/Geometry/ThreeDimensional/QuadMesh/QuadFileHeader.h>
 #include <QARN/Geometry/ThreeDimensional/QuadMesh/QuadIndicesIntersectionStatus.h>
 #include <QARN/Geometry/ThreeDimensional/QuadMesh/QuadIntersectionData.h>
 #include <QARN/Geometry/ThreeDimensional/Vector.h>
+#include <QARN/Geometry/TwoDimensional/BoundingBoxAA.h>
 #include <QARN/Geometry/TwoDimensional/Point.h>
 #include <QARN/Geometry/TwoDimensional/Vector.h>
 #include <QARN/Progress/ProgressListener.h>
@@ -148,6 +152,93 @@ private:
   /// Largest, mean and smallest area of the valid quads (each the sum of its two triangles
   /// about the diagonal p → p + (1, 1)); all 0 when no quad is valid.
   void getMaxMeanMinQuadSize(double* max, double* mean, double* min) const;
+
+public:
+  // ---- Derived meshes, transforms and quad-area histogram ----
+  // A derived mesh is built into target, which is re-initialised first (it keeps its own
+  // settings); this mesh is not changed, and target may be this mesh itself. Points are read
+  // through getPoint and each copied point takes its source's whole flag byte along. The target
+  // receives fresh quad-area statistics and search points (from this mesh's search budget).
+  // Every derived mesh throws what init throws, leaving the target empty.
+
+  /// How getSubSampled reads its count.
+  enum ResampleDataType : std::uint32_t {
+    MaxNumberOfQuads = 0, ///< the largest number of quads the result may have
+    SampleStep = 1        ///< the sampling step itself
+  };
+
+  /// Every f-th point along both axes: target point (i, j) is point (i·f, j·f), U' = U / f and
+  /// V' = V / f (a last column or row that f does not reach is dropped). MaxNumberOfQuads: f
+  /// doubles while U·V (modulo 2^32), quartered each time, exceeds count. SampleStep: f = count;
+  /// 0 throws "Invalid sub-sampling step.". Any other type copies with f = 1. The target takes
+  /// this mesh's file name.
+  void getSubSampled(ResampleDataType type, std::uint32_t count, RectMesh& target) const;
+  /// The quads whose lowest corner lies in the half-open index box, with their far corners:
+  /// target point (i, j) is point box.p + (i, j) for 0 ≤ i ≤ d.u, 0 ≤ j ≤ d.v, so the target
+  /// has d.u × d.v quads. Points outside this grid are invalid in the target. A negative extent
+  /// throws "Invalid restriction box.".
+  void getRestrictedToAABB(TwoDimensional::BoundingBoxAA<int> const& box, RectMesh& target) const;
+  /// The valid points inside the closed spatial box, cropped to the smallest index window that
+  /// holds them all: target point (i, j) is point w + (i, j), w being the window's low corner;
+  /// points of the window outside the box are invalid. With no point inside, the target is a
+  /// single invalid point (0 × 0 quads).
+  void getRestrictedToAABB(BoundingBoxAA const& box, RectMesh& target) const;
+  /// The grid laid flat: every valid point (u, v) goes to (u·s, v·s, 0) with s the square root
+  /// of the stored mean quad area.
+  void getFlattened(RectMesh& target) const;
+  /// getNormalised(quadSize, (0, 0, 0), target).
+  void getNormalised(double quadSize, RectMesh& target) const;
+  /// A copy moved and uniformly scaled so that the centroid of its valid points lies at centre
+  /// (a position vector) and its mean quad area becomes quadSize² (measured on this mesh's
+  /// points, not taken from the stored statistics). Without a quad of positive mean area the
+  /// copy is only moved. A quadSize that is not finite and positive throws "Invalid
+  /// normalisation quad size.".
+  void getNormalised(double quadSize, Vector const& centre, RectMesh& target) const;
+
+  /// Moves every valid point p to centre + map(p − centre) (map's translation included),
+  /// reading through getPoint and writing with setPoint: on a LinearScaleRectMesh the stored
+  /// points receive scaled positions, so the scale applies again when they are read. Flags,
+  /// invalid points and the stored statistics stay as they are.
+  void transform(Point const& centre, AffineMap const& map);
+  /// Reflects the mesh in the plane through centre perpendicular to the coordinate axis of
+  /// plane, then flipWinding(axis) so that quad normals keep their side of the surface. Throws
+  /// "Invalid mirror plane." or "Invalid scan flip axis" for other values before any point
+  /// moves. Applying the same mirror twice restores the mesh.
+  void mirror(CanonicalPlane plane, Point const& centre, CanonicalAxis axis);
+
+  /// Tests where a straight linear array probe of aperture quads can scan the mesh in stripes
+  /// along v. Stripe k covers the columns u0 = k·step to u0 + aperture, for each u0 with
+  /// u0 + aperture ≤ U. In every row v of a stripe the segment of points (u0..u0 + aperture, v)
+  /// passes when all its points are valid and each lies within tolerance of the straight line
+  /// through the segment's end points (of the end point itself when both coincide).
+  /// segmentCount receives the number of segments tested, passedCount the number that passed,
+  /// and stripes (cleared first) every run of at least two consecutive passing rows as its
+  /// lowest and highest grid point ((u0, va), (u0 + aperture, vb)), stripe by stripe, then by
+  /// v. A step of 0 throws "Invalid array stripe step.".
+  void
+  testArrayStripes(std::uint32_t aperture, double tolerance, std::uint32_t step,
+                   std::uint32_t& segmentCount, std::uint32_t& passedCount,
+                   std::vector<std::pair<TwoDimensional::Point<int>, TwoDimensional::Point<int>>>&
+                       stripes) const;
+
+private:
+  /// Reverses the corner order of every quad. U reverses each row ((u, v) ↔ (U − u, v)), V
+  /// the order of the rows ((u, v) ↔ (u, V − v)); stored points move with their flag bytes.
+  /// The statistics stay; the next search starts afresh. Other values throw "Invalid scan flip
+  /// axis".
+  void flipWinding(CanonicalAxis axis);
+  /// Histogram of the valid quads' areas (as in getMaxMeanMinQuadSize) over bins equal bins
+  /// from min to max: bin = trunc((area − min)·bins / (max − min)), clamped to [0, bins − 1];
+  /// everything goes to bin 0 when max ≤ min (or either is NaN), and NaN areas are skipped.
+  /// counts[0..bins − 1] are overwritten; total receives the number of quads binned (none
+  /// when bins is 0).
+  void getQuadAreaDistribution(double min, double max, std::uint32_t bins, std::uint32_t* counts,
+                               std::uint32_t* total) const;
+  /// Statistics and search points of a freshly derived grid.
+  void finishDerivedGrid(std::uint32_t cellsPerSearchPoint);
+  /// Exchanges grids (points, flags, extents, statistics, search points) with other; both
+  /// searches start afresh.
+  void swapGrid(RectMesh& other);
 
 public:
   // ---- Settings and class-wide statics ----
