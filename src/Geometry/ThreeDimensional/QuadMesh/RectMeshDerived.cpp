@@ -62,6 +62,23 @@ GridPoint gridPoint(std::int64_t u, std::int64_t v) {
   return GridPoint(static_cast<int>(u), static_cast<int>(v));
 }
 
+/// Copies point from and its whole flag byte to point to of target.
+void copyPoint(RectMesh const& source, GridPoint const& from, RectMesh& target,
+               GridPoint const& to) {
+  target.setPoint(to, source.getPoint(from));
+  target.setPointFlags(to, source.getPointFlags(from));
+}
+
+/// Area of the quad at p: its two triangles about the diagonal p → p + (1, 1).
+double getQuadArea(RectMesh const& mesh, GridPoint const& p) {
+  Point const p0 = mesh.getPoint(p);
+  Point const p1 = mesh.getPoint(GridPoint(p.getU() + 1, p.getV()));
+  Point const p2 = mesh.getPoint(GridPoint(p.getU() + 1, p.getV() + 1));
+  Point const p3 = mesh.getPoint(GridPoint(p.getU(), p.getV() + 1));
+  return 0.5 * std::sqrt((p1 - p0).cross(p2 - p0).lSqr()) +
+         0.5 * std::sqrt((p2 - p0).cross(p3 - p0).lSqr());
+}
+
 /// Distance of x from the straight line through a and b, or from a when a and b coincide.
 double getDistanceFromLine(Point const& x, Point const& a, Point const& b) {
   Vector const ab = b - a;
@@ -99,10 +116,7 @@ void RectMesh::getSubSampled(ResampleDataType type, std::uint32_t count, RectMes
     for (std::int64_t i = 0; i <= lastIndex(sampled.getdU()); ++i) {
       if (!getIsValidAt(i * f, j * f))
         continue;
-      GridPoint const source = gridPoint(i * f, j * f);
-      GridPoint const p = gridPoint(i, j);
-      target.setPoint(p, getPoint(source));
-      target.setPointFlags(p, getPointFlags(source));
+      copyPoint(*this, gridPoint(i * f, j * f), target, gridPoint(i, j));
     }
   target.finishDerivedGrid(searchPointBudget);
   target.fileName = fileName;
@@ -129,10 +143,7 @@ void RectMesh::getRestrictedToAABB(TwoDimensional::BoundingBoxAA<int> const& box
       // Indices beyond int's range lie outside every grid and stay invalid.
       if (!getIsValidAt(u0 + i, v0 + j))
         continue;
-      GridPoint const source = gridPoint(u0 + i, v0 + j);
-      GridPoint const p = gridPoint(i, j);
-      target.setPoint(p, getPoint(source));
-      target.setPointFlags(p, getPointFlags(source));
+      copyPoint(*this, gridPoint(u0 + i, v0 + j), target, gridPoint(i, j));
     }
   target.finishDerivedGrid(searchPointBudget);
 }
@@ -170,9 +181,7 @@ void RectMesh::getRestrictedToAABB(BoundingBoxAA const& box, RectMesh& target) c
       GridPoint const source = gridPoint(u, v);
       if (!isKept(source))
         continue;
-      GridPoint const p = gridPoint(u - uMin, v - vMin);
-      target.setPoint(p, getPoint(source));
-      target.setPointFlags(p, getPointFlags(source));
+      copyPoint(*this, source, target, gridPoint(u - uMin, v - vMin));
     }
   target.finishDerivedGrid(searchPointBudget);
 }
@@ -338,13 +347,7 @@ void RectMesh::getQuadAreaDistribution(double min, double max, std::uint32_t bin
     for (std::int64_t u = 0; u < lastIndex(extents.getdU()); ++u) {
       if (!getIsQuadValidAt(u, v))
         continue;
-      GridPoint const p = gridPoint(u, v);
-      Point const p0 = getPoint(p);
-      Point const p1 = getPoint(GridPoint(p.getU() + 1, p.getV()));
-      Point const p2 = getPoint(GridPoint(p.getU() + 1, p.getV() + 1));
-      Point const p3 = getPoint(GridPoint(p.getU(), p.getV() + 1));
-      double const area = 0.5 * std::sqrt((p1 - p0).cross(p2 - p0).lSqr()) +
-                          0.5 * std::sqrt((p2 - p0).cross(p3 - p0).lSqr());
+      double const area = getQuadArea(*this, gridPoint(u, v));
       if (std::isnan(area))
         continue;
       double const x = isSpread ? (area - min) * binCount / (max - min) : 0.0;
