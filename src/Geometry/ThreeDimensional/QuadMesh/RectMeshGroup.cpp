@@ -159,7 +159,7 @@ RectMesh* RectMeshGroup::getLastIntersectedRectMesh() const {
   return meshes.empty() ? nullptr : meshes.front().quadMesh;
 }
 
-TwoDimensional::BoundingBoxAA<int> RectMeshGroup::getUVBoundingBox() {
+TwoDimensional::BoundingBoxAA<int> RectMeshGroup::getUVBoundingBox() const {
   TwoDimensional::BoundingBoxAA<int> box;
   for (RectMeshData const& member : meshes) {
     TwoDimensional::Vector<std::uint32_t> const extents = member.quadMesh->getExtents();

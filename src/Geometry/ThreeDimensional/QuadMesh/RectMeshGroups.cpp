@@ -124,9 +124,9 @@ RectMesh* RectMeshGroups::getLastIntersectedRectMesh() const {
   return groups.empty() ? nullptr : groups.front()->getLastIntersectedRectMesh();
 }
 
-TwoDimensional::BoundingBoxAA<int> RectMeshGroups::getUVBoundingBox() {
+TwoDimensional::BoundingBoxAA<int> RectMeshGroups::getUVBoundingBox() const {
   TwoDimensional::BoundingBoxAA<int> box;
-  for (std::unique_ptr<RectMeshGroup>& group : groups)
+  for (std::unique_ptr<RectMeshGroup> const& group : groups)
     box.expand(group->getUVBoundingBox());
   return box;
 }
@@ -143,7 +143,7 @@ TwoDimensional::BoundingBoxAA<int> RectMeshGroups::getUVBoundingBox(
   return box;
 }
 
-TwoDimensional::Vector<std::uint32_t> RectMeshGroups::getExtents() {
+TwoDimensional::Vector<std::uint32_t> RectMeshGroups::getExtents() const {
   TwoDimensional::Point<int> const upper = getUVBoundingBox().getp1();
   return TwoDimensional::Vector<std::uint32_t>(static_cast<std::uint32_t>(upper.getU()),
                                                static_cast<std::uint32_t>(upper.getV()));

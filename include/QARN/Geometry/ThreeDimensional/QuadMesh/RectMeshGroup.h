@@ -34,9 +34,9 @@ namespace QARN::Geometry::ThreeDimensional::QuadMesh {
 ///   derived mesh (e.g. a scaled one) is copied as its stored points. The last-hit flag is not
 ///   copied. Self-assignment does nothing.
 /// - The copy constructor keeps the source's order and last-hit flag and shares the meshes the
-///   source does not own. The meshes the source owns are not shared (which would delete them
-///   twice) but copied as by assignment, each with the source mesh's offset, so the copy answers
-///   queries in the source's (u, v) frame.
+///   source does not own. A mesh the source owns is not shared (both groups would delete it) but
+///   copied as by assignment and then given the source mesh's offset, so the copy answers in the
+///   source's (u, v) frame and outlives the source safely.
 class RectMeshGroup {
 public:
   RectMeshGroup() = default;
@@ -56,8 +56,11 @@ public:
   /// Forgets every member; meshes the group owns are deleted, the caller's are left alone.
   void clear();
 
+  /// `RectMesh::transform(origin, map)` on every member.
   void transform(Point const& origin, AffineMap const& map);
   void setPosition(std::uint32_t position);
+  /// Element i goes to the i-th member in the current order; a vector whose size is not the
+  /// number of members is refused before any member changes.
   void setDoFlipNormals(std::vector<bool> const& doFlipNormals);
   void setActivePositionFlags(std::vector<std::uint32_t> const& activePositionFlags);
   void setDoFlipAxes(std::vector<bool> const& doFlipUAxes, std::vector<bool> const& doFlipVAxes);
@@ -72,7 +75,7 @@ public:
 
   /// The union of the members' index boxes (corner at the offset, extent the mesh's extents),
   /// grown from the default box, so it always holds (0, 0).
-  TwoDimensional::BoundingBoxAA<int> getUVBoundingBox();
+  TwoDimensional::BoundingBoxAA<int> getUVBoundingBox() const;
   /// The same union read from the files' headers without loading their points.
   static TwoDimensional::BoundingBoxAA<int>
   getUVBoundingBox(std::vector<std::string> const& fileNames,

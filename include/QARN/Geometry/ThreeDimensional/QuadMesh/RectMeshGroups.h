@@ -41,6 +41,7 @@ public:
   void load(std::vector<std::vector<std::string>> const& groupFileNames,
             std::vector<std::vector<TwoDimensional::Vector<int>>> const& groupOffsets);
 
+  /// Element i goes to the i-th group in the current order (origins and maps both).
   void transform(std::vector<Point> const& groupOrigins, std::vector<AffineMap> const& groupMaps);
   void setPosition(std::uint32_t position);
   void setDoFlipNormals(std::vector<std::vector<bool>> const& groupDoFlipNormals);
@@ -56,12 +57,12 @@ public:
   RectMesh* getLastIntersectedRectMesh() const;
 
   /// The union of the groups' index boxes, grown from the default box (it holds (0, 0)).
-  TwoDimensional::BoundingBoxAA<int> getUVBoundingBox();
+  TwoDimensional::BoundingBoxAA<int> getUVBoundingBox() const;
   static TwoDimensional::BoundingBoxAA<int>
   getUVBoundingBox(std::vector<std::vector<std::string>> const& groupFileNames,
                    std::vector<std::vector<TwoDimensional::Vector<int>>> const& groupOffsets);
   /// The upper corner of `getUVBoundingBox()`: the size of the scan plane.
-  TwoDimensional::Vector<std::uint32_t> getExtents();
+  TwoDimensional::Vector<std::uint32_t> getExtents() const;
 
   /// Quad-area figures from the files' headers: the smallest minimum, the largest maximum, the
   /// total area (each file's mean area times its quad count) and the mean area per quad. The
