@@ -8,8 +8,10 @@
 #include <QARN/Geometry/ThreeDimensional/QuadMesh/CanonicalPlane.h>
 #include <QARN/Geometry/ThreeDimensional/QuadMesh/Edge.h>
 #include <QARN/Geometry/ThreeDimensional/QuadMesh/QuadFileHeader.h>
+#include <QARN/Geometry/ThreeDimensional/QuadMesh/QuadIndicesEllipseIntersectionInfo.h>
 #include <QARN/Geometry/ThreeDimensional/QuadMesh/QuadIndicesIntersectionStatus.h>
 #include <QARN/Geometry/ThreeDimensional/QuadMesh/QuadIntersectionData.h>
+#include <QARN/Geometry/ThreeDimensional/QuadMesh/QuadValidityGenerator.h>
 #include <QARN/Geometry/ThreeDimensional/Vector.h>
 #include <QARN/Geometry/TwoDimensional/BoundingBoxAA.h>
 #include <QARN/Geometry/TwoDimensional/Point.h>
@@ -385,6 +387,94 @@ private:
   void loadv0(QuadFileHeader const& header, std::ifstream& in);
   /// Version 1: whole flag bytes, then the valid points in the header's coordinate type.
   void loadv1(QuadFileHeader const& header, std::ifstream& in);
+
+public:
+  // ---- Analytic surfaces and cone footprints ----
+  //
+  // Each builder checks its arguments and the memory estimate (getNumberOfMBs against maxMB)
+  // before it touches the mesh, so a false result leaves the previous grid as it was. It then
+  // rebuilds the grid, stores its points with setPoint (valid, no region bits), sets the quad
+  // areas and rebuilds the lattice of start candidates. Non-finite or non-positive spacings,
+  // radii, curvatures, depths, angles and lengths are refused (a plane's size may be 0), and
+  // so are grids whose indices would not fit an int. Only init's "Insufficient memory to initialise
+  // quad-mesh." is thrown.
+
+  /// A rectangle in the plane z = 0 with trunc(size / spacing) quads along each axis, covering
+  /// [0, n·spacing] (or, with isCentred, that range centred on 0) along x for u and y for v.
+  /// An axis shorter than the spacing has a single point, at the low end of its range. The
+  /// memory estimate counts points, not quads (a deliberate over-estimate). Quad areas are
+  /// spacing². False on a negative or non-finite size.
+  bool setAsPlane(TwoDimensional::Vector<double> const& size, double spacing, bool isCentred,
+                  std::uint32_t maxMB);
+  /// A parallelogram grid: point (u, v) at origin + spacing·(u·axisU + v·axisV), the axes used
+  /// as given (not normalised). A point is valid exactly when the generator accepts one of the
+  /// quads it belongs to (asked once per quad, v-major). Quad areas stay 0. False on a
+  /// non-finite origin or axis, or on extents of 2^31 − 1 or more.
+  bool setAsPlane(TwoDimensional::Vector<std::uint32_t> const& extents, double spacing,
+                  Point const& origin, Vector const& axisU, Vector const& axisV,
+                  QuadValidityGenerator& generator);
+  /// An arc of the cylinder of the given radius about the z axis, centred on +x: rows are arc
+  /// steps of 2·asin(spacing / 2r) (chords of length spacing), trunc(arcAngle / step) quads,
+  /// with row 0 at the largest angle so that quad normals point away from the axis; columns
+  /// are trunc(length / spacing) quads along z, column j at (j − ⌊U/2⌋)/U·length. Quad areas
+  /// are spacing². False when spacing > 2·radius or length < spacing (no column of quads); an
+  /// arc shorter than one step gives a single row.
+  bool setAsCylinderArc(double radius, double arcAngle, double length, double spacing,
+                        std::uint32_t maxMB);
+  /// A cap of the sphere of the given radius about the origin, centred on the pole
+  /// (0, 0, radius), sampled on a square lattice of the plane z = radius and carried onto the
+  /// sphere by stereographic projection from the antipode: the lattice point (s, t) becomes
+  /// (μs, μt, radius·(2μ − 1)) with μ = 4r² / (4r² + s² + t²). The lattice spans
+  /// ±2r·tan(arcAngleU / 4) along s (u, x) and ±2r·tan(arcAngleV / 4) along t (v, y), so the
+  /// cap's middle row and column are great-circle arcs of arcAngleU and arcAngleV (radians),
+  /// centred on the pole. Each half-span is divided into the fewest equal steps of at most
+  /// one length unit, so U and V are even, the pole is the point (U/2, V/2) and the quads are
+  /// at most 1 × 1 there, shrinking by μ towards the rim (the map is conformal, so the quads
+  /// stay square). Normals point outwards. Quad areas are measured. False unless both angles
+  /// lie in (0, 2π).
+  bool setAsSphereArcStereographic(double radius, double const& arcAngleU, double const& arcAngleV,
+                                   std::uint32_t maxMB);
+  /// Not provided: returns true and leaves the mesh as it was.
+  bool setAsSphereArcAreaPreserving(double radius, double const& arcAngleU, double const& arcAngleV,
+                                    std::uint32_t maxMB);
+  /// The elliptic paraboloid apex + x·axisU + y·axisV + q·n with n = axisU × axisV and
+  /// q = (curvatureU·x² + curvatureV·y²) / 2, the axes used as given. The grid samples x and y
+  /// at multiples of spacing about the apex, which is the point (U/2, V/2): each half-width
+  /// sqrt(2·depth / curvature), where q reaches depth, is enlarged to the next whole multiple
+  /// of the spacing beyond it, so U and V are even and the outermost ring of points lies
+  /// outside the rim. Only points with q ≤ depth are stored; the others stay invalid. Quad
+  /// areas are measured over the valid quads. False on a non-positive depth or a non-finite
+  /// apex or axis.
+  bool setAsParaboloid(Point const& apex, Vector const& axisU, Vector const& axisV,
+                       double const& curvatureU, double const& curvatureV, double const& depth,
+                       double spacing, std::uint32_t maxMB);
+  /// A fixed test surface: 128 × 128 quads over [−500, 500]² in x and y, z = 500·cos(4πx')/12
+  /// with x' = x/500. Quad areas are measured.
+  bool setAsHeightField();
+
+  /// The footprint of a widening beam on the plane of quad quadIndices (indices without
+  /// offset or flips), in cells of 1/unity quad measured in that quad's own basis: the centre
+  /// quad quadIndices·unity plus the cells by which the central hit lies from the quad's
+  /// corner, and the cell offsets from the central hit to the four side hits (A along
+  /// directionU, B along directionV; 1 on the positive side, 2 on the negative). The central
+  /// ray starts at position along w = directionU × directionV; each side ray starts
+  /// lateralOffset along its lateral direction and leans outwards by one lateral unit per
+  /// axialFactor units of w. Cell counts are truncated towards zero. False, info untouched,
+  /// when the quad is invalid, a ray runs parallel to the quad's plane, the quad is
+  /// degenerate or a result does not fit an int.
+  bool getConeIntersection(Point const& position, Vector const& directionU,
+                           Vector const& directionV, double axialFactor, double lateralOffset,
+                           TwoDimensional::Point<int> const& quadIndices, int unity,
+                           QuadIndicesEllipseIntersectionInfo& info) const;
+
+private:
+  /// The five rays of getConeIntersection intersected with the plane through the corner of
+  /// quad quadIndices with its first triangle's normal (not with the surface). False, outputs
+  /// untouched, when the quad is invalid; a ray parallel to the plane gives non-finite points.
+  bool getEllipseAxisPoints(Point const& position, Vector const& directionU,
+                            Vector const& directionV, double axialFactor, double lateralOffset,
+                            TwoDimensional::Point<int> const& quadIndices, Point& centrePoint,
+                            Point& pointU1, Point& pointV1, Point& pointU2, Point& pointV2) const;
 };
 
 } // namespace QARN::Geometry::ThreeDimensional::QuadMesh

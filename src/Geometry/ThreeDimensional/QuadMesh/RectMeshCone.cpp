@@ -1,0 +1,106 @@
+#include <QARN/Geometry/ThreeDimensional/QuadMesh/QuadIndicesEllipseIntersectionInfo.h>
+#include <QARN/Geometry/ThreeDimensional/QuadMesh/RectMesh.h>
+
+#include <cmath>
+#include <cstdint>
+#include <limits>
+
+namespace QARN::Geometry::ThreeDimensional::QuadMesh {
+
+namespace {
+
+/// x truncated towards zero, when that fits an int (false for NaN and infinities).
+bool truncateToInt(double x, std::int64_t& out) {
+  double const t = std::trunc(x);
+  if (!(t >= std::numeric_limits<int>::min() && t <= std::numeric_limits<int>::max()))
+    return false;
+  out = static_cast<std::int64_t>(t);
+  return true;
+}
+
+bool fitsInt(std::int64_t x) {
+  return x >= std::numeric_limits<int>::min() && x <= std::numeric_limits<int>::max();
+}
+
+} // namespace
+
+bool RectMesh::getEllipseAxisPoints(
+    ThreeDimensional::Point const& position, Vector const& directionU, Vector const& directionV,
+    double axialFactor, double lateralOffset, TwoDimensional::Point<int> const& quadIndices,
+    ThreeDimensional::Point& centrePoint, ThreeDimensional::Point& pointU1,
+    ThreeDimensional::Point& pointV1, ThreeDimensional::Point& pointU2,
+    ThreeDimensional::Point& pointV2) const {
+  if (!getIsQuadValid(quadIndices))
+    return false;
+  Vector const w = directionU.cross(directionV);
+  ThreeDimensional::Point const q = getPoint(quadIndices);
+  Vector const n = getQuadNormalVector(quadIndices, true);
+
+  struct Ray {
+    double s, t, alpha, beta, gamma;
+    ThreeDimensional::Point* out;
+  };
+  Ray const rays[5] = {{0.0, 0.0, 0.0, 0.0, 1.0, &centrePoint},
+                       {lateralOffset, 0.0, 1.0, 0.0, axialFactor, &pointU1},
+                       {0.0, lateralOffset, 0.0, 1.0, axialFactor, &pointV1},
+                       {-lateralOffset, 0.0, -1.0, 0.0, axialFactor, &pointU2},
+                       {0.0, -lateralOffset, 0.0, -1.0, axialFactor, &pointV2}};
+  // Origins are kept relative to q in double, so they are not rounded to float on the way.
+  Vector const fromQ = position - q;
+  for (Ray const& ray : rays) {
+    Vector const origin = fromQ + ray.s * directionU + ray.t * directionV;
+    Vector const direction = ray.alpha * directionU + ray.beta * directionV + ray.gamma * w;
+    *ray.out = q + (origin - direction * (origin.dot(n) / direction.dot(n)));
+  }
+  return true;
+}
+
+bool RectMesh::getConeIntersection(ThreeDimensional::Point const& position,
+                                   Vector const& directionU, Vector const& directionV,
+                                   double axialFactor, double lateralOffset,
+                                   TwoDimensional::Point<int> const& quadIndices, int unity,
+                                   QuadIndicesEllipseIntersectionInfo& info) const {
+  ThreeDimensional::Point points[5];
+  if (!getEllipseAxisPoints(position, directionU, directionV, axialFactor, lateralOffset,
+                            quadIndices, points[0], points[1], points[2], points[3], points[4]))
+    return false;
+
+  std::pair<Vector, Vector> const basis = getQuadBasis(quadIndices);
+  Vector const& a = basis.first;
+  Vector const& b = basis.second;
+  double const aa = a.dot(a);
+  double const ab = a.dot(b);
+  double const bb = b.dot(b);
+  double const det = aa * bb - ab * ab;
+  Vector const aDual = (bb * a - ab * b) / det;
+  Vector const bDual = (aa * b - ab * a) / det;
+  double const k = unity;
+
+  // Quad-local coordinates of x in cells of 1/unity quad, truncated towards zero.
+  std::int64_t cells[10];
+  Vector const centreOffset = points[0] - getPoint(quadIndices);
+  if (!truncateToInt(k * centreOffset.dot(aDual), cells[0]) ||
+      !truncateToInt(k * centreOffset.dot(bDual), cells[1]))
+    return false;
+  for (int i = 1; i < 5; ++i) {
+    Vector const axis = points[i] - points[0];
+    if (!truncateToInt(k * axis.dot(aDual), cells[2 * i]) ||
+        !truncateToInt(k * axis.dot(bDual), cells[2 * i + 1]))
+      return false;
+  }
+  std::int64_t const centreU = std::int64_t{quadIndices.getU()} * unity + cells[0];
+  std::int64_t const centreV = std::int64_t{quadIndices.getV()} * unity + cells[1];
+  if (!fitsInt(centreU) || !fitsInt(centreV))
+    return false;
+
+  auto const axisVector = [&cells](int i) {
+    return TwoDimensional::Vector<int>(static_cast<int>(cells[2 * i]),
+                                       static_cast<int>(cells[2 * i + 1]));
+  };
+  info = QuadIndicesEllipseIntersectionInfo(
+      TwoDimensional::Point<int>(static_cast<int>(centreU), static_cast<int>(centreV)),
+      axisVector(1), axisVector(2), axisVector(3), axisVector(4), unity);
+  return true;
+}
+
+} // namespace QARN::Geometry::ThreeDimensional::QuadMesh
