@@ -31,8 +31,8 @@ using Offset = QARN::Geometry::TwoDimensional::Vector<int>;
 // Each test process works in its own folder: CTest runs the cases in parallel.
 fs::path const workFolder = [] {
   char const* dir = std::getenv("QARN_TEST_TMPDIR");
-  fs::path const folder = fs::path(dir != nullptr ? dir : testing::TempDir()) /
-                          ("tool-" + std::to_string(getpid()));
+  fs::path const folder =
+      fs::path(dir != nullptr ? dir : testing::TempDir()) / ("tool-" + std::to_string(getpid()));
   fs::remove_all(folder);
   fs::create_directories(folder);
   return folder;
@@ -51,19 +51,19 @@ std::vector<std::string> lines(std::string const& text) {
   return result;
 }
 
-struct Run {
+struct Outcome {
   int status = -1;
   std::string out;
   std::string err;
 };
 
-Run qarn(std::string const& arguments) {
+Outcome qarn(std::string const& arguments) {
   fs::path const out = workFolder / "stdout.txt";
   fs::path const err = workFolder / "stderr.txt";
-  std::string const command = std::string(QARN_TOOL_PATH) + " " + arguments + " >" +
-                              out.string() + " 2>" + err.string();
+  std::string const command =
+      std::string(QARN_TOOL_PATH) + " " + arguments + " >" + out.string() + " 2>" + err.string();
   int const raw = std::system(command.c_str());
-  Run run;
+  Outcome run;
   run.status = WIFEXITED(raw) ? WEXITSTATUS(raw) : -1;
   run.out = readText(out);
   run.err = readText(err);
@@ -149,7 +149,7 @@ std::vector<CsvHit> readHits(fs::path const& path) {
 /// The demo, run once per test process.
 struct Demo {
   fs::path folder = workFolder / "demo";
-  Run run = qarn("demo --quiet --out " + folder.string());
+  Outcome run = qarn("demo --quiet --out " + folder.string());
   fs::path cylinder = folder / "cylinder-arc.quads";
   fs::path dish = folder / "paraboloid.quads";
 };
@@ -170,8 +170,7 @@ TEST(Tool, DemoImagesAndHitsAgreeWithTheSummaryAndTheScanGrid) {
   // One pixel per quad of the group's (u, v) box, as computed from the files' headers.
   std::vector<Offset> const offsets = summaryOffsets(d.run.out);
   ASSERT_EQ(offsets.size(), 2u);
-  auto const box =
-      RectMeshGroup::getUVBoundingBox({d.cylinder.string(), d.dish.string()}, offsets);
+  auto const box = RectMeshGroup::getUVBoundingBox({d.cylinder.string(), d.dish.string()}, offsets);
   auto const width = static_cast<std::uint32_t>(box.getd().getdU());
   auto const height = static_cast<std::uint32_t>(box.getd().getdV());
   Image const cscan = decodePng(d.folder / "cscan.png");
@@ -214,11 +213,12 @@ TEST(Tool, ScanOfTheDemoFilesRepeatsTheDemoAndFlipsMirrorOneMesh) {
   std::string const files = d.cylinder.string() + " " + d.dish.string() + " --offset 0,0" +
                             " --offset " + std::to_string(offsets[1].getdU()) + ",0 -q";
 
-  Run const same = qarn("scan " + files + " -o " + (workFolder / "same").string());
+  Outcome const same = qarn("scan " + files + " -o " + (workFolder / "same").string());
   ASSERT_EQ(same.status, 0) << same.err;
   EXPECT_EQ(readText(workFolder / "same" / "hits.csv"), readText(d.folder / "hits.csv"));
 
-  Run const flipped = qarn("scan " + files + " --flip-u 2 -o " + (workFolder / "flip").string());
+  Outcome const flipped =
+      qarn("scan " + files + " --flip-u 2 -o " + (workFolder / "flip").string());
   ASSERT_EQ(flipped.status, 0) << flipped.err;
   std::vector<CsvHit> const before = readHits(d.folder / "hits.csv");
   std::vector<CsvHit> const after = readHits(workFolder / "flip" / "hits.csv");
@@ -244,7 +244,7 @@ TEST(Tool, InfoAndExportDescribeTheDemoCylinder) {
   RectMesh::getFileHeaderItems(d.cylinder.c_str(), U, V, mean, min, max);
   unsigned long long const points = (U + 1ull) * (V + 1ull);
 
-  Run const info = qarn("info " + d.cylinder.string());
+  Outcome const info = qarn("info " + d.cylinder.string());
   ASSERT_EQ(info.status, 0) << info.err;
   std::string const grid = std::to_string(U) + " x " + std::to_string(V);
   EXPECT_NE(info.out.find("quads:          " + grid + "\n"), std::string::npos) << info.out;
@@ -252,7 +252,7 @@ TEST(Tool, InfoAndExportDescribeTheDemoCylinder) {
   EXPECT_NE(info.out.find("valid points:   " + all + "\n"), std::string::npos) << info.out;
 
   fs::path const obj = workFolder / "cylinder.obj";
-  Run const exported = qarn("export " + d.cylinder.string() + " -o " + obj.string());
+  Outcome const exported = qarn("export " + d.cylinder.string() + " -o " + obj.string());
   ASSERT_EQ(exported.status, 0) << exported.err;
   std::size_t vertices = 0;
   std::size_t faces = 0;
@@ -266,7 +266,7 @@ TEST(Tool, InfoAndExportDescribeTheDemoCylinder) {
 
 TEST(Tool, ErrorsAreOneLineWithStatusOneForFailuresAndTwoForUsage) {
   std::string const missing = (workFolder / "missing.quads").string();
-  Run const run = qarn("info " + missing);
+  Outcome const run = qarn("info " + missing);
   EXPECT_EQ(run.status, 1);
   EXPECT_EQ(run.err, "qarn: " + missing + ": Quad-mesh file open failure.\n");
   EXPECT_EQ(run.out, "");
@@ -277,7 +277,7 @@ TEST(Tool, ErrorsAreOneLineWithStatusOneForFailuresAndTwoForUsage) {
         "scan a.quads b.quads --offset 0,0 -o " + (workFolder / "x").string(),
         "scan a.quads --offset 0:0 -o " + (workFolder / "x").string(),
         "scan a.quads --flip-u 2 -o " + (workFolder / "x").string()}) {
-    Run const bad = qarn(usage);
+    Outcome const bad = qarn(usage);
     EXPECT_EQ(bad.status, 2) << usage;
     EXPECT_EQ(bad.err.rfind("qarn: ", 0), 0u) << usage << ": " << bad.err;
     EXPECT_EQ(lines(bad.err).size(), 1u) << usage << ": " << bad.err;
@@ -289,6 +289,8 @@ TEST(Tool, ErrorsAreOneLineWithStatusOneForFailuresAndTwoForUsage) {
 
 #else
 
-TEST(Tool, Skipped) { GTEST_SKIP() << "built without the qarn tool"; }
+TEST(Tool, Skipped) {
+  GTEST_SKIP() << "built without the qarn tool";
+}
 
 #endif

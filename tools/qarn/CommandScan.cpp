@@ -67,8 +67,8 @@ void runScan(ScanOptions const& options, ProgressBar* bar) {
     offsets.push_back(parseOffset(text));
   std::size_t const n = options.files.size();
   if (!offsets.empty() && offsets.size() != n)
-    throw UsageError(std::to_string(n) + " files but " + std::to_string(offsets.size()) +
-                     " offsets: give one --offset per file, or none");
+    throw UsageError(std::to_string(n) + " files need " + std::to_string(n) +
+                     " --offset values, or none; got " + std::to_string(offsets.size()));
   std::vector<bool> const flipU = flagsOfFiles(options.flipU, n, "--flip-u");
   std::vector<bool> const flipV = flagsOfFiles(options.flipV, n, "--flip-v");
 

@@ -33,8 +33,11 @@ ProbeRaster makeRaster(G3::BoundingBoxAA const& box, double step) {
   double const longest = box.getLongestAxisSize();
   if (step <= 0.0)
     step = longest > 0.0 ? longest / 512.0 : 1.0;
-  double const countX = std::floor(size.getdX() / step) + 1.0;
-  double const countY = std::floor(size.getdY() / step) + 1.0;
+  // Probes at the centres of step × step cells covering the part: a raster that starts on
+  // the part's edge would put whole rows of beams on grid lines of meshes sampled at a round
+  // spacing, and a beam through a quad edge meets neither quad.
+  double const countX = std::max(1.0, std::ceil(size.getdX() / step));
+  double const countY = std::max(1.0, std::ceil(size.getdY() / step));
   if (!(countX * countY <= static_cast<double>(maxProbePositions))) {
     char message[160];
     std::snprintf(message, sizeof message,
@@ -46,7 +49,7 @@ ProbeRaster makeRaster(G3::BoundingBoxAA const& box, double step) {
   raster.step = step;
   raster.countX = static_cast<std::uint32_t>(countX);
   raster.countY = static_cast<std::uint32_t>(countY);
-  // Centre the raster on the part and put the probe plane a tenth of the part's size above it.
+  // The probe plane lies a tenth of the part's size above it.
   raster.x0 = box.getp().getX() + 0.5 * (size.getdX() - (countX - 1.0) * step);
   raster.y0 = box.getp().getY() + 0.5 * (size.getdY() - (countY - 1.0) * step);
   raster.z = box.getp().getZ() + size.getdZ() + std::max(step, 0.1 * longest);

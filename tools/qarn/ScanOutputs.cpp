@@ -28,7 +28,7 @@ RgbImage makeImage(ScanResult const& result, std::vector<float> const& cells, do
       if (std::isnan(value))
         continue;
       std::uint8_t rgb[3];
-      rampColour(range > 0.0 ? (value - low) / range : 0.5, rgb);
+      rampColour(range != 0.0 ? (value - low) / range : 0.5, rgb);
       image.set(u, height - 1 - v, rgb);
     }
   }

@@ -36,13 +36,13 @@ ScanPart::ScanPart(std::vector<std::string> const& fileNames,
   members.reserve(n);
   std::uint32_t lastPercent = 0;
   for (std::size_t i = 0; i < n; ++i) {
-    Member member{fileNames[i], std::make_unique<RectMesh>(), doFlipU[i], doFlipV[i]};
-    withFileName(fileNames[i], [&] { member.mesh->load(fileNames[i].c_str()); });
-    members.push_back(std::move(member));
-    auto const percent = static_cast<std::uint32_t>((i + 1) * 100 / n);
+    auto const percent = static_cast<std::uint32_t>(i * 100 / n + 1);
     if (listener != nullptr && percent != lastPercent)
       listener->setProgress(percent);
     lastPercent = percent;
+    Member member{fileNames[i], std::make_unique<RectMesh>(), doFlipU[i], doFlipV[i]};
+    withFileName(fileNames[i], [&] { member.mesh->load(fileNames[i].c_str()); });
+    members.push_back(std::move(member));
   }
 
   G2::Vector<int> next;

@@ -6,34 +6,51 @@
 
 #include <CLI/CLI.hpp>
 
+#include <cmath>
 #include <cstdio>
+#include <cstdlib>
 #include <exception>
-#include <map>
 #include <string>
 
 namespace {
 
-using qarn::Beam;
 using Mode = QARN::Geometry::ThreeDimensional::QuadMesh::QuadIndicesIntersectionStatus::
     IntersectionQualityMode;
 
-/// The probe options shared by demo and scan.
-void addScanSettings(CLI::App& command, qarn::ScanSettings& settings) {
-  static std::map<std::string, Beam> const beams = {{"vertical", Beam::Vertical},
-                                                    {"normal", Beam::Normal}};
-  static std::map<std::string, Mode> const modes = {
-      {"0", Mode::FacingThenNearest}, {"1", Mode::Nearest}, {"2", Mode::BestAngle}};
-  command.add_option("--step", settings.step, "probe spacing (default: half the finest quad side)")
-      ->check(CLI::PositiveNumber);
-  command.add_option("--beam", settings.beam, "vertical, or along the surface normal")
-      ->transform(CLI::CheckedTransformer(beams))
-      ->default_str("vertical");
-  command
-      .add_option("--mode", settings.mode,
-                  "hit ranking: 0 facing then nearest, 1 nearest, 2 best angle")
-      ->transform(CLI::CheckedTransformer(modes))
-      ->default_str("0");
-}
+/// The probe options shared by demo and scan, as typed.
+struct ScanArguments {
+  double step = 0.0;
+  std::string beam = "vertical";
+  int mode = 0;
+
+  void addTo(CLI::App& command) {
+    CLI::Validator const positive(
+        [](std::string& text) {
+          double const value = std::strtod(text.c_str(), nullptr);
+          return value > 0.0 && std::isfinite(value) ? std::string()
+                                                     : "expected a positive number, got " + text;
+        },
+        "POSITIVE");
+    command.add_option("--step", step, "probe spacing (default: half the finest quad side)")
+        ->check(positive);
+    command
+        .add_option("--beam", beam, "vertical, or normal: along the surface normal under the probe")
+        ->check(CLI::IsMember({"vertical", "normal"}))
+        ->capture_default_str();
+    command
+        .add_option("--mode", mode, "hit ranking: 0 facing then nearest, 1 nearest, 2 best angle")
+        ->check(CLI::IsMember({0, 1, 2}))
+        ->capture_default_str();
+  }
+
+  qarn::ScanSettings getSettings() const {
+    qarn::ScanSettings settings;
+    settings.step = step;
+    settings.beam = beam == "normal" ? qarn::Beam::Normal : qarn::Beam::Vertical;
+    settings.mode = static_cast<Mode>(mode);
+    return settings;
+  }
+};
 
 int fail(std::string const& message, int status) {
   std::fprintf(stderr, "qarn: %s\n", message.c_str());
@@ -53,7 +70,8 @@ int main(int argc, char** argv) {
   CLI::App* demoCommand = app.add_subcommand(
       "demo", "build an analytic test piece, scan it and write the meshes, images and hits");
   demoCommand->add_option("-o,--out", demo.out, "output folder")->capture_default_str();
-  addScanSettings(*demoCommand, demo.scan);
+  ScanArguments demoProbe;
+  demoProbe.addTo(*demoCommand);
 
   qarn::InfoOptions info;
   CLI::App* infoCommand = app.add_subcommand("info", "describe .quads files");
@@ -75,7 +93,8 @@ int main(int argc, char** argv) {
       ->allow_extra_args(false)
       ->delimiter(',');
   scanCommand->add_option("-o,--out", scan.out, "output folder")->required();
-  addScanSettings(*scanCommand, scan.scan);
+  ScanArguments scanProbe;
+  scanProbe.addTo(*scanCommand);
 
   qarn::ExportOptions exportOptions;
   CLI::App* exportCommand = app.add_subcommand("export", "write a .quads file as OBJ");
@@ -92,14 +111,17 @@ int main(int argc, char** argv) {
 
   try {
     auto bar = qarn::ProgressBar::createForStderr(quiet);
-    if (*demoCommand)
+    if (*demoCommand) {
+      demo.scan = demoProbe.getSettings();
       qarn::runDemo(demo, bar.get());
-    else if (*infoCommand)
+    } else if (*infoCommand) {
       qarn::runInfo(info);
-    else if (*scanCommand)
+    } else if (*scanCommand) {
+      scan.scan = scanProbe.getSettings();
       qarn::runScan(scan, bar.get());
-    else
+    } else {
       qarn::runExport(exportOptions, bar.get());
+    }
   } catch (qarn::UsageError const& e) {
     return fail(std::string(e.what()) + " (see qarn --help)", 2);
   } catch (std::exception const& e) {
