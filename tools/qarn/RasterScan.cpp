@@ -87,15 +87,31 @@ G3::Point ProbeRaster::getPosition(std::uint32_t i, std::uint32_t j) const {
 
 ScanResult runRasterScan(ScanPart& part, ScanSettings const& settings,
                          QARN::ProgressListener* listener) {
+  // The group computes its (u, v) box in int: measure the spread of the offsets in 64 bits
+  // first, so that far-apart meshes are refused instead of wrapping round.
+  std::int64_t spanU[2] = {0, 0};
+  std::int64_t spanV[2] = {0, 0};
+  for (ScanPart::Member const& member : part.getMembers()) {
+    auto const offset = member.mesh->getOffset();
+    auto const extents = member.mesh->getExtents();
+    spanU[0] = std::min<std::int64_t>(spanU[0], offset.getdU());
+    spanV[0] = std::min<std::int64_t>(spanV[0], offset.getdV());
+    spanU[1] = std::max<std::int64_t>(spanU[1], std::int64_t{offset.getdU()} + extents.getdU());
+    spanV[1] = std::max<std::int64_t>(spanV[1], std::int64_t{offset.getdV()} + extents.getdV());
+  }
+  std::int64_t const spreadU = spanU[1] - spanU[0];
+  std::int64_t const spreadV = spanV[1] - spanV[0];
+  if (spreadU > std::int64_t{1} << 31 || spreadV > std::int64_t{1} << 31 ||
+      static_cast<std::uint64_t>(spreadU * spreadV) > maxGridCells)
+    throw std::runtime_error("the scan grid of " + std::to_string(spreadU) + " x " +
+                             std::to_string(spreadV) + " cells is too large for an image");
+
   ScanResult result;
   result.grid = part.getScanGrid();
   std::int64_t const width = result.grid.getd().getdU();
   std::int64_t const height = result.grid.getd().getdV();
   if (width <= 0 || height <= 0)
     throw std::runtime_error("the scan grid is empty: the meshes have no quads");
-  if (static_cast<std::uint64_t>(width) * static_cast<std::uint64_t>(height) > maxGridCells)
-    throw std::runtime_error("the scan grid of " + std::to_string(width) + " x " +
-                             std::to_string(height) + " quads is too large for an image");
 
   G3::BoundingBoxAA const box = part.getBoundingBox();
   if (!isFinite(box))
