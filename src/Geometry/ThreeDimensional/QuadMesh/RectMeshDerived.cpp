@@ -274,7 +274,7 @@ void RectMesh::mirror(CanonicalPlane plane, Point const& centre, CanonicalAxis a
 
 void RectMesh::testArrayStripes(std::uint32_t aperture, double tolerance, std::uint32_t step,
                                 std::uint32_t& segmentCount, std::uint32_t& passedCount,
-                                std::vector<std::pair<GridPoint, GridPoint>>& stripes) const {
+                                GridRanges& stripes) const {
   if (step == 0)
     throw Exception("Invalid array stripe step.");
   segmentCount = 0;

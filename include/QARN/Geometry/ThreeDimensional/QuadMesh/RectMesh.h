@@ -205,9 +205,11 @@ public:
   /// Reflects the mesh in the plane through centre perpendicular to the coordinate axis of
   /// plane, then flipWinding(axis) so that quad normals keep their side of the surface. Throws
   /// "Invalid mirror plane." or "Invalid scan flip axis" for other values before any point
-  /// moves. Applying the same mirror twice restores the mesh.
+  /// moves. Applying the same mirror twice restores the mesh (up to rounding).
   void mirror(CanonicalPlane plane, Point const& centre, CanonicalAxis axis);
 
+  /// Index ranges, each given by its lowest and highest grid point.
+  using GridRanges = std::vector<std::pair<TwoDimensional::Point<int>, TwoDimensional::Point<int>>>;
   /// Tests where a straight linear array probe of aperture quads can scan the mesh in stripes
   /// along v. Stripe k covers the columns u0 = k·step to u0 + aperture, for each u0 with
   /// u0 + aperture ≤ U. In every row v of a stripe the segment of points (u0..u0 + aperture, v)
@@ -217,11 +219,9 @@ public:
   /// and stripes (cleared first) every run of at least two consecutive passing rows as its
   /// lowest and highest grid point ((u0, va), (u0 + aperture, vb)), stripe by stripe, then by
   /// v. A step of 0 throws "Invalid array stripe step.".
-  void
-  testArrayStripes(std::uint32_t aperture, double tolerance, std::uint32_t step,
-                   std::uint32_t& segmentCount, std::uint32_t& passedCount,
-                   std::vector<std::pair<TwoDimensional::Point<int>, TwoDimensional::Point<int>>>&
-                       stripes) const;
+  void testArrayStripes(std::uint32_t aperture, double tolerance, std::uint32_t step,
+                        std::uint32_t& segmentCount, std::uint32_t& passedCount,
+                        GridRanges& stripes) const;
 
 private:
   /// Reverses the corner order of every quad. U reverses each row ((u, v) ↔ (U − u, v)), V
@@ -229,11 +229,11 @@ private:
   /// The statistics stay; the next search starts afresh. Other values throw "Invalid scan flip
   /// axis".
   void flipWinding(CanonicalAxis axis);
-  /// Histogram of the valid quads' areas (as in getMaxMeanMinQuadSize) over bins equal bins
-  /// from min to max: bin = trunc((area − min)·bins / (max − min)), clamped to [0, bins − 1];
-  /// everything goes to bin 0 when max ≤ min (or either is NaN), and NaN areas are skipped.
-  /// counts[0..bins − 1] are overwritten; total receives the number of quads binned (none
-  /// when bins is 0).
+  /// Histogram of the valid quads' areas (as in getMaxMeanMinQuadSize) in bins equal
+  /// intervals from min to max: bin = trunc((area − min)·bins / (max − min)), clamped to
+  /// [0, bins − 1]; everything goes to bin 0 when max ≤ min (or either is NaN), and NaN areas
+  /// are skipped. counts[0..bins − 1] are overwritten; total receives the number of quads
+  /// binned (none when bins is 0).
   void getQuadAreaDistribution(double min, double max, std::uint32_t bins, std::uint32_t* counts,
                                std::uint32_t* total) const;
   /// Statistics and search points of a freshly derived grid.
