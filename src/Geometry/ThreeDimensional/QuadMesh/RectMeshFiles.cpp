@@ -31,9 +31,17 @@ constexpr std::size_t blockSize = 24 * 43690;
   throw Exception("Invalid .quads file.");
 }
 
+// Fields are little-endian; a little-endian host copies them as they are.
+constexpr bool isLittleEndianHost = __BYTE_ORDER__ == __ORDER_LITTLE_ENDIAN__;
+
 std::uint32_t getU32(unsigned char const* b) {
-  return std::uint32_t(b[0]) | std::uint32_t(b[1]) << 8 | std::uint32_t(b[2]) << 16 |
-         std::uint32_t(b[3]) << 24;
+  std::uint32_t x;
+  if constexpr (isLittleEndianHost)
+    std::memcpy(&x, b, sizeof x);
+  else
+    x = std::uint32_t(b[0]) | std::uint32_t(b[1]) << 8 | std::uint32_t(b[2]) << 16 |
+        std::uint32_t(b[3]) << 24;
+  return x;
 }
 
 std::uint64_t getU64(unsigned char const* b) {
@@ -41,10 +49,14 @@ std::uint64_t getU64(unsigned char const* b) {
 }
 
 void putU32(unsigned char* b, std::uint32_t x) {
-  b[0] = static_cast<unsigned char>(x);
-  b[1] = static_cast<unsigned char>(x >> 8);
-  b[2] = static_cast<unsigned char>(x >> 16);
-  b[3] = static_cast<unsigned char>(x >> 24);
+  if constexpr (isLittleEndianHost) {
+    std::memcpy(b, &x, sizeof x);
+  } else {
+    b[0] = static_cast<unsigned char>(x);
+    b[1] = static_cast<unsigned char>(x >> 8);
+    b[2] = static_cast<unsigned char>(x >> 16);
+    b[3] = static_cast<unsigned char>(x >> 24);
+  }
 }
 
 void putU64(unsigned char* b, std::uint64_t x) {
