@@ -49,9 +49,9 @@ ProbeRaster makeRaster(G3::BoundingBoxAA const& box, double step) {
   raster.step = step;
   raster.countX = static_cast<std::uint32_t>(countX);
   raster.countY = static_cast<std::uint32_t>(countY);
-  // The probe plane lies a tenth of the part's size above it.
   raster.x0 = box.getp().getX() + 0.5 * (size.getdX() - (countX - 1.0) * step);
   raster.y0 = box.getp().getY() + 0.5 * (size.getdY() - (countY - 1.0) * step);
+  // The probe plane lies a tenth of the part's size above it.
   raster.z = box.getp().getZ() + size.getdZ() + std::max(step, 0.1 * longest);
   return raster;
 }
@@ -61,16 +61,14 @@ ProbeRaster makeRaster(G3::BoundingBoxAA const& box, double step) {
 G3::Vector getNormalBeam(ScanPart const& part, QuadIndicesIntersectionStatus const& status,
                          G3::Vector const& down) {
   RectMesh const& mesh = status.getQuadMesh();
-  ScanPart::Member const* member = part.findMember(&mesh);
-  if (member == nullptr)
-    return down;
+  ScanPart::Member const& member = part.getMember(mesh);
   // Back from the scan grid to the mesh's own quad indices.
   G2::Point<int> const local = status.getIndices() - mesh.getOffset();
   auto const extents = mesh.getExtents();
   int const u =
-      member->doFlipU ? static_cast<int>(extents.getdU()) - 1 - local.getU() : local.getU();
+      member.doFlipU ? static_cast<int>(extents.getdU()) - 1 - local.getU() : local.getU();
   int const v =
-      member->doFlipV ? static_cast<int>(extents.getdV()) - 1 - local.getV() : local.getV();
+      member.doFlipV ? static_cast<int>(extents.getdV()) - 1 - local.getV() : local.getV();
   G2::Point<int> const quad(u, v);
   G3::Vector const n = mesh.getQuadNormalVector(quad, true) + mesh.getQuadNormalVector(quad, false);
   double const length = std::sqrt(n.lSqr());

@@ -59,11 +59,11 @@ ScanPart::ScanPart(std::vector<std::string> const& fileNames,
   group.setDoFlipAxes(doFlipU, doFlipV);
 }
 
-ScanPart::Member const* ScanPart::findMember(RectMesh const* mesh) const {
+ScanPart::Member const& ScanPart::getMember(RectMesh const& mesh) const {
   for (Member const& member : members)
-    if (member.mesh.get() == mesh)
-      return &member;
-  return nullptr;
+    if (member.mesh.get() == &mesh)
+      return member;
+  throw std::logic_error("ScanPart: the mesh belongs to another part");
 }
 
 G2::BoundingBoxAA<int> ScanPart::getScanGrid() {
