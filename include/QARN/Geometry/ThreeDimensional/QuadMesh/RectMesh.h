@@ -7,8 +7,8 @@
 #include <QARN/Geometry/ThreeDimensional/QuadMesh/CanonicalAxis.h>
 #include <QARN/Geometry/ThreeDimensional/QuadMesh/CanonicalPlane.h>
 #include <QARN/Geometry/ThreeDimensional/QuadMesh/Edge.h>
-#include <QARN/Geometry/ThreeDimensional/QuadMesh/QuadIndicesEllipseIntersectionInfo.h>
 #include <QARN/Geometry/ThreeDimensional/QuadMesh/QuadFileHeader.h>
+#include <QARN/Geometry/ThreeDimensional/QuadMesh/QuadIndicesEllipseIntersectionInfo.h>
 #include <QARN/Geometry/ThreeDimensional/QuadMesh/QuadIndicesIntersectionStatus.h>
 #include <QARN/Geometry/ThreeDimensional/QuadMesh/QuadIntersectionData.h>
 #include <QARN/Geometry/ThreeDimensional/QuadMesh/QuadValidityGenerator.h>
@@ -339,6 +339,56 @@ private:
   std::vector<TwoDimensional::Point<int>> searchPoints;
 
 public:
+  // ---- .quads, OBJ and quad-area files ----
+
+  /// Writes a .quads file (version 1, little-endian) when the name contains ".quads" anywhere,
+  /// else the OBJ export when it contains ".obj"; both tests are case-sensitive and ".quads"
+  /// is tried first. Any other name throws "Unsupported file extension". Points are written
+  /// through getPoint, so a derived mesh writes what it reports. Afterwards the mesh's file
+  /// name is fileName as given. Throws QARN::IOFailure "Quad-mesh file open failure." when the
+  /// file cannot be created; a write that fails later leaves a partial file.
+  void save(char const* fileName);
+  /// Wavefront OBJ text: one "v" line per grid point (valid or not, so that the vertex of
+  /// (u, v) is number u + (U + 1)·v + 1), then one "f" line per valid quad. Keeps the file
+  /// name.
+  void saveAsOBJ(char const* fileName) const;
+  /// Replaces the mesh by a .quads file of version 0 or 1 and rebuilds the search points. The
+  /// file name becomes the last path component (after the last '/' or '\') without its last
+  /// extension. A file that is shorter than its header says, whose name field has no NUL or
+  /// whose U or V is 2^31 − 1 or more throws "Invalid .quads file." before the grid is touched;
+  /// so do unsupported versions ("Unsupported .quad file version.") and coordinate types
+  /// ("Unsupported coordinate data-type").
+  void load(char const* fileName);
+  /// U, V and the mean, smallest and largest quad area from a .quads file's header, without
+  /// reading its points. Throws as load does for an unreadable or malformed header.
+  static void getFileHeaderItems(char const* fileName, std::uint32_t& quadCountU,
+                                 std::uint32_t& quadCountV, double& meanQuadArea,
+                                 double& minQuadArea, double& maxQuadArea);
+  /// The file name from its last '/' or '\' on, the separator included; the whole name when
+  /// it has none.
+  std::string getShortFileName() const;
+  /// Text file of 1024 lines "a f": the centre area of each histogram bin between the stored
+  /// smallest and largest quad area, relative to the stored mean, and the fraction of the
+  /// valid quads in that bin. Throws QARN::IOFailure "Quad area distribution file open
+  /// failure." when the file cannot be created.
+  void saveQuadAreaDistribution(std::string const& fileName) const;
+  /// The name stored in a .quads header: saved as its first 127 characters, loaded from
+  /// version-1 files.
+  std::string const& getMeshName() const { return meshName; }
+  void setMeshName(std::string const& name) { meshName = name; }
+
+protected:
+  /// Reads and checks the header at the stream's position (refusals as in load).
+  static void readFileHeader(std::ifstream& in, QuadFileHeader& header);
+
+private:
+  /// Version 0: validity bytes, then every point as three doubles; the region bits are
+  /// rebuilt from validity.
+  void loadv0(QuadFileHeader const& header, std::ifstream& in);
+  /// Version 1: whole flag bytes, then the valid points in the header's coordinate type.
+  void loadv1(QuadFileHeader const& header, std::ifstream& in);
+
+public:
   // ---- Analytic surfaces and cone footprints ----
   //
   // Each builder checks its arguments and the memory estimate (getNumberOfMBs against maxMB)
@@ -425,56 +475,6 @@ private:
                             Vector const& directionV, double axialFactor, double lateralOffset,
                             TwoDimensional::Point<int> const& quadIndices, Point& centrePoint,
                             Point& pointU1, Point& pointV1, Point& pointU2, Point& pointV2) const;
-
-public:
-  // ---- .quads, OBJ and quad-area files ----
-
-  /// Writes a .quads file (version 1, little-endian) when the name contains ".quads" anywhere,
-  /// else the OBJ export when it contains ".obj"; both tests are case-sensitive and ".quads"
-  /// is tried first. Any other name throws "Unsupported file extension". Points are written
-  /// through getPoint, so a derived mesh writes what it reports. Afterwards the mesh's file
-  /// name is fileName as given. Throws QARN::IOFailure "Quad-mesh file open failure." when the
-  /// file cannot be created; a write that fails later leaves a partial file.
-  void save(char const* fileName);
-  /// Wavefront OBJ text: one "v" line per grid point (valid or not, so that the vertex of
-  /// (u, v) is number u + (U + 1)·v + 1), then one "f" line per valid quad. Keeps the file
-  /// name.
-  void saveAsOBJ(char const* fileName) const;
-  /// Replaces the mesh by a .quads file of version 0 or 1 and rebuilds the search points. The
-  /// file name becomes the last path component (after the last '/' or '\') without its last
-  /// extension. A file that is shorter than its header says, whose name field has no NUL or
-  /// whose U or V is 2^31 − 1 or more throws "Invalid .quads file." before the grid is touched;
-  /// so do unsupported versions ("Unsupported .quad file version.") and coordinate types
-  /// ("Unsupported coordinate data-type").
-  void load(char const* fileName);
-  /// U, V and the mean, smallest and largest quad area from a .quads file's header, without
-  /// reading its points. Throws as load does for an unreadable or malformed header.
-  static void getFileHeaderItems(char const* fileName, std::uint32_t& quadCountU,
-                                 std::uint32_t& quadCountV, double& meanQuadArea,
-                                 double& minQuadArea, double& maxQuadArea);
-  /// The file name from its last '/' or '\' on, the separator included; the whole name when
-  /// it has none.
-  std::string getShortFileName() const;
-  /// Text file of 1024 lines "a f": the centre area of each histogram bin between the stored
-  /// smallest and largest quad area, relative to the stored mean, and the fraction of the
-  /// valid quads in that bin. Throws QARN::IOFailure "Quad area distribution file open
-  /// failure." when the file cannot be created.
-  void saveQuadAreaDistribution(std::string const& fileName) const;
-  /// The name stored in a .quads header: saved as its first 127 characters, loaded from
-  /// version-1 files.
-  std::string const& getMeshName() const { return meshName; }
-  void setMeshName(std::string const& name) { meshName = name; }
-
-protected:
-  /// Reads and checks the header at the stream's position (refusals as in load).
-  static void readFileHeader(std::ifstream& in, QuadFileHeader& header);
-
-private:
-  /// Version 0: validity bytes, then every point as three doubles; the region bits are
-  /// rebuilt from validity.
-  void loadv0(QuadFileHeader const& header, std::ifstream& in);
-  /// Version 1: whole flag bytes, then the valid points in the header's coordinate type.
-  void loadv1(QuadFileHeader const& header, std::ifstream& in);
 };
 
 } // namespace QARN::Geometry::ThreeDimensional::QuadMesh

@@ -1,0 +1,50 @@
+#ifndef QARN_TOOLS_QARN_COMMANDS_H
+#define QARN_TOOLS_QARN_COMMANDS_H
+
+#include "ProgressBar.h"
+#include "RasterScan.h"
+
+#include <string>
+#include <vector>
+
+namespace qarn {
+
+struct DemoOptions {
+  std::string out = "qarn-demo";
+  ScanSettings scan;
+};
+
+struct InfoOptions {
+  std::vector<std::string> files;
+};
+
+struct ScanOptions {
+  std::vector<std::string> files;
+  /// "U,V", one per file, or none for side-by-side placement.
+  std::vector<std::string> offsets;
+  /// 1-based file numbers whose u (v) axis is flipped.
+  std::vector<int> flipU;
+  std::vector<int> flipV;
+  std::string out;
+  ScanSettings scan;
+};
+
+struct ExportOptions {
+  std::string file;
+  std::string out;
+};
+
+// Each command writes its report to standard output and throws on failure (UsageError for
+// requests that make no sense, anything else for failures while running). The progress bar
+// may be null.
+void runDemo(DemoOptions const& options, ProgressBar* bar);
+void runInfo(InfoOptions const& options);
+void runScan(ScanOptions const& options, ProgressBar* bar);
+void runExport(ExportOptions const& options, ProgressBar* bar);
+
+/// Creates the folder and its parents when missing; throws std::runtime_error naming it.
+void makeFolder(std::string const& folder);
+
+} // namespace qarn
+
+#endif

@@ -1,0 +1,40 @@
+#include "MeshSurvey.h"
+
+#include <algorithm>
+#include <cmath>
+
+namespace qarn {
+
+namespace G2 = QARN::Geometry::TwoDimensional;
+namespace G3 = QARN::Geometry::ThreeDimensional;
+
+MeshSurvey::MeshSurvey(G3::QuadMesh::RectMesh const& mesh) {
+  auto const extents = mesh.getExtents();
+  std::uint32_t const U = extents.getdU();
+  std::uint32_t const V = extents.getdV();
+  pointCount = (std::uint64_t{U} + 1) * (std::uint64_t{V} + 1);
+  quadCount = std::uint64_t{U} * V;
+  double sum = 0.0;
+  for (std::uint32_t v = 0; v <= V; ++v) {
+    for (std::uint32_t u = 0; u <= U; ++u) {
+      G2::Point<int> const p(static_cast<int>(u), static_cast<int>(v));
+      if (mesh.getIsPointValid(p))
+        ++validPointCount;
+      if (!mesh.getIsQuadValid(p))
+        continue;
+      G3::Point corners[4];
+      mesh.getQuadPoints(p, corners);
+      G3::Vector const diagonal = corners[2] - corners[0];
+      double const area = 0.5 * std::sqrt((corners[1] - corners[0]).cross(diagonal).lSqr()) +
+                          0.5 * std::sqrt(diagonal.cross(corners[3] - corners[0]).lSqr());
+      minQuadArea = validQuadCount == 0 ? area : std::min(minQuadArea, area);
+      maxQuadArea = validQuadCount == 0 ? area : std::max(maxQuadArea, area);
+      sum += area;
+      ++validQuadCount;
+    }
+  }
+  if (validQuadCount > 0)
+    meanQuadArea = sum / static_cast<double>(validQuadCount);
+}
+
+} // namespace qarn
