@@ -30,13 +30,8 @@ void RectMesh::getMaxMeanMinQuadSize(double* max, double* mean, double* min) con
     for (std::int64_t u = 0; u <= lastU; ++u) {
       if (!getIsQuadValidAt(u, v))
         continue;
-      TwoDimensional::Point<int> const p(static_cast<int>(u), static_cast<int>(v));
-      Point const p0 = getPoint(p);
-      Point const p1 = getPoint(TwoDimensional::Point<int>(p.getU() + 1, p.getV()));
-      Point const p2 = getPoint(TwoDimensional::Point<int>(p.getU() + 1, p.getV() + 1));
-      Point const p3 = getPoint(TwoDimensional::Point<int>(p.getU(), p.getV() + 1));
-      double const area = 0.5 * std::sqrt((p1 - p0).cross(p2 - p0).lSqr()) +
-                          0.5 * std::sqrt((p2 - p0).cross(p3 - p0).lSqr());
+      double const area =
+          getQuadArea(TwoDimensional::Point<int>(static_cast<int>(u), static_cast<int>(v)));
       if (count == 0 || area > largest)
         largest = area;
       if (count == 0 || area < smallest)
@@ -47,6 +42,11 @@ void RectMesh::getMaxMeanMinQuadSize(double* max, double* mean, double* min) con
   *max = largest;
   *mean = count > 0 ? sum / static_cast<double>(count) : 0.0;
   *min = smallest;
+}
+
+double RectMesh::getQuadArea(TwoDimensional::Point<int> const& p) const {
+  return 0.5 * std::sqrt(getQuadNormalVector(p, true).lSqr()) +
+         0.5 * std::sqrt(getQuadNormalVector(p, false).lSqr());
 }
 
 namespace {
@@ -70,15 +70,6 @@ void copyPoint(RectMesh const& source, GridPoint const& from, RectMesh& target,
 }
 
 /// Area of the quad at p: its two triangles about the diagonal p → p + (1, 1).
-double getQuadArea(RectMesh const& mesh, GridPoint const& p) {
-  Point const p0 = mesh.getPoint(p);
-  Point const p1 = mesh.getPoint(GridPoint(p.getU() + 1, p.getV()));
-  Point const p2 = mesh.getPoint(GridPoint(p.getU() + 1, p.getV() + 1));
-  Point const p3 = mesh.getPoint(GridPoint(p.getU(), p.getV() + 1));
-  return 0.5 * std::sqrt((p1 - p0).cross(p2 - p0).lSqr()) +
-         0.5 * std::sqrt((p2 - p0).cross(p3 - p0).lSqr());
-}
-
 /// Distance of x from the straight line through a and b, or from a when a and b coincide.
 double getDistanceFromLine(Point const& x, Point const& a, Point const& b) {
   Vector const ab = b - a;
@@ -347,7 +338,7 @@ void RectMesh::getQuadAreaDistribution(double min, double max, std::uint32_t bin
     for (std::int64_t u = 0; u < lastIndex(extents.getdU()); ++u) {
       if (!getIsQuadValidAt(u, v))
         continue;
-      double const area = getQuadArea(*this, gridPoint(u, v));
+      double const area = getQuadArea(gridPoint(u, v));
       if (std::isnan(area))
         continue;
       double const x = isSpread ? (area - min) * binCount / (max - min) : 0.0;

@@ -154,6 +154,8 @@ private:
   /// Largest, mean and smallest area of the valid quads (each the sum of its two triangles
   /// about the diagonal p → p + (1, 1)); all 0 when no quad is valid.
   void getMaxMeanMinQuadSize(double* max, double* mean, double* min) const;
+  /// Area of quad p: half the length of each of its two triangle normals, added.
+  double getQuadArea(TwoDimensional::Point<int> const& p) const;
 
 public:
   // ---- Derived meshes, transforms and quad-area histogram ----
