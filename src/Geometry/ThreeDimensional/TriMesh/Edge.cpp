@@ -1,42 +1,12 @@
 #include <QARN/Geometry/ThreeDimensional/TriMesh/Edge.h>
 
 #include <QARN/Geometry/ThreeDimensional/TriMesh/Mesh.h>
-#include <QARN/Geometry/ThreeDimensional/TriMesh/Triangle.h>
 
 #include <cmath>
 
 namespace QARN::Geometry::ThreeDimensional::TriMesh {
 
 Edge::Edge() : triangle(nullptr), triangleEdgeIndex(Triangle::invalidEdgeIndex) {}
-
-std::uint32_t Edge::org() const {
-  return triangle->vertexIndices[(triangleEdgeIndex + 1) % 3];
-}
-
-std::uint32_t Edge::dest() const {
-  return triangle->vertexIndices[(triangleEdgeIndex + 2) % 3];
-}
-
-Edge Edge::rot() const {
-  return Edge(triangle, (triangleEdgeIndex + 1) % 3);
-}
-
-Edge Edge::sym() const {
-  std::uint32_t const k = triangleEdgeIndex % 3;
-  return Edge(triangle->adjacentTriangles[k], triangle->adjacentEdgeIndices[k]);
-}
-
-Edge Edge::onext() const {
-  return rot().rot().sym();
-}
-
-Edge Edge::oprev() const {
-  return sym().rot();
-}
-
-bool Edge::isBoundary() const {
-  return triangle->adjacentTriangles[triangleEdgeIndex % 3] == nullptr;
-}
 
 Point Edge::vphiorg3() const {
   return triangle->mesh->getVertex(org()).getPoint3D();

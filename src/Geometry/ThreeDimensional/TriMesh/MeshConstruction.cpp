@@ -7,7 +7,6 @@
 #include <QARN/Exception.h>
 
 #include <algorithm>
-#include <unordered_map>
 
 namespace QARN::Geometry::ThreeDimensional::TriMesh {
 
@@ -102,7 +101,70 @@ void Mesh::removeMergedFanEntries(std::uint32_t v, Triangle* triangle) {
 
 namespace {
 
-constexpr std::uint32_t noSlot = 0xFFFFFFFFu;
+constexpr std::uint32_t none = 0xFFFFFFFFu;
+
+/// The directed edges of the faces still to be added, found by the key of the front edge that
+/// matches them: a face holding x->y matches the front edge y->x, whose key is y + n*x. A key is
+/// split into (key mod n, key div n): one bucket per vertex, sorted by the second part. Keys
+/// whose second part is n or more belong to no triangle edge and are left out. The first entry
+/// of a key also records the front triangle of that edge while the edge is in the front; front
+/// edges that no face looks up cannot affect the growth and are not kept.
+class FaceEdgeTable {
+public:
+  FaceEdgeTable(std::vector<std::array<std::uint32_t, 3>> const& faces, std::uint64_t n)
+      : n(n), start(n + 1, 0) {
+    auto const forEachEdge = [&](auto use) {
+      for (std::uint32_t f = 1; f < faces.size(); ++f)
+        for (int k = 0; k < 3; ++k) {
+          std::uint64_t const key = faces[f][(k + 1) % 3] + n * faces[f][k];
+          if (key / n < n)
+            use(key % n, static_cast<std::uint32_t>(key / n), f);
+        }
+    };
+    forEachEdge([&](std::uint64_t bucket, std::uint32_t, std::uint32_t) { ++start[bucket + 1]; });
+    for (std::uint64_t b = 0; b < n; ++b)
+      start[b + 1] += start[b];
+    entries.resize(start[n]);
+    std::vector<std::size_t> next(start.begin(), start.end() - 1);
+    forEachEdge([&](std::uint64_t bucket, std::uint32_t second, std::uint32_t f) {
+      entries[next[bucket]++] = Entry{second, f, none};
+    });
+    for (std::uint64_t b = 0; b < n; ++b)
+      std::sort(entries.begin() + static_cast<std::ptrdiff_t>(start[b]),
+                entries.begin() + static_cast<std::ptrdiff_t>(start[b + 1]));
+  }
+
+  /// The entries [first, last) holding the key; empty when no face holds it.
+  std::pair<std::size_t, std::size_t> find(std::uint64_t key) const {
+    std::uint64_t const bucket = key % n;
+    Entry const probe{static_cast<std::uint32_t>(key / n), 0, 0};
+    auto const first = entries.begin() + static_cast<std::ptrdiff_t>(start[bucket]);
+    auto const last = entries.begin() + static_cast<std::ptrdiff_t>(start[bucket + 1]);
+    auto const from = key / n < n ? std::lower_bound(first, last, probe) : last;
+    auto to = from;
+    while (to != last && to->second == probe.second)
+      ++to;
+    return {static_cast<std::size_t>(from - entries.begin()),
+            static_cast<std::size_t>(to - entries.begin())};
+  }
+  std::uint32_t face(std::size_t i) const { return entries[i].face; }
+  /// Serial of the front triangle holding the edge of the key of first entry i, or none.
+  std::uint32_t& front(std::size_t i) { return entries[i].front; }
+
+private:
+  struct Entry {
+    std::uint32_t second;
+    std::uint32_t face;
+    std::uint32_t front;
+    bool operator<(Entry const& e) const {
+      return second < e.second || (second == e.second && face < e.face);
+    }
+  };
+
+  std::uint64_t n;
+  std::vector<std::size_t> start;
+  std::vector<Entry> entries;
+};
 
 } // namespace
 
@@ -112,24 +174,17 @@ constexpr std::uint32_t noSlot = 0xFFFFFFFFu;
 // matching the front, a set kept up to date as edges enter and leave the front.
 void Mesh::constructFromFaces(std::vector<Face>& faces) {
   ProgressStage stage(progressListener, "Constructing triangle mesh...", faces.size());
-  if (faces.empty() || faces.size() >= noSlot ||
+  if (faces.empty() || faces.size() >= none ||
       !addFloatingTriangle({faces[0][0], faces[0][1], faces[0][2]}))
     throw Exception("Mesh construction failure");
   auto const faceCount = static_cast<std::uint32_t>(faces.size());
   std::uint64_t const n = getNumberOfVertices();
   auto const key = [n](std::uint64_t org, std::uint64_t dest) { return org + n * dest; };
-
-  // A face holding the directed edge x->y matches the front edge y->x.
-  std::vector<std::pair<std::uint64_t, std::uint32_t>> lookups;
-  lookups.reserve(3 * std::size_t(faceCount - 1));
-  for (std::uint32_t f = 1; f < faceCount; ++f)
-    for (int k = 0; k < 3; ++k)
-      lookups.emplace_back(key(faces[f][(k + 1) % 3], faces[f][k]), f);
-  std::sort(lookups.begin(), lookups.end());
+  FaceEdgeTable table(faces, n);
 
   // The last face takes the seed's slot 0; the others keep their own.
   std::vector<std::uint32_t> faceAt(faceCount - 1);
-  std::vector<std::uint32_t> slotOf(faceCount, noSlot);
+  std::vector<std::uint32_t> slotOf(faceCount, none);
   for (std::uint32_t f = 1; f < faceCount; ++f) {
     std::uint32_t const slot = f == faceCount - 1 ? 0 : f;
     faceAt[slot] = f;
@@ -137,29 +192,25 @@ void Mesh::constructFromFaces(std::vector<Face>& faces) {
   }
   std::vector<std::uint8_t> matchingEdges(faceCount, 0);
   SlotSet matching(faceCount - 1);
-  std::unordered_map<std::uint64_t, Triangle*> front;
 
-  auto const forEachLookup = [&](std::uint64_t k, auto visit) {
-    auto it = std::lower_bound(lookups.begin(), lookups.end(), std::make_pair(k, std::uint32_t(0)));
-    for (; it != lookups.end() && it->first == k; ++it)
-      if (slotOf[it->second] != noSlot)
-        visit(it->second);
-  };
   auto const addToFront = [&](Edge const& e) {
-    std::uint64_t const k = key(e.org(), e.dest());
-    if (!front.emplace(k, e.getTriangle()).second)
+    auto const [first, last] = table.find(key(e.org(), e.dest()));
+    if (first == last || table.front(first) != none)
       return;
-    forEachLookup(k, [&](std::uint32_t f) {
-      if (matchingEdges[f]++ == 0)
+    table.front(first) = static_cast<std::uint32_t>(e.getTriangle()->serial);
+    for (std::size_t i = first; i < last; ++i) {
+      std::uint32_t const f = table.face(i);
+      if (slotOf[f] != none && matchingEdges[f]++ == 0)
         matching.insert(slotOf[f]);
-    });
+    }
   };
-  auto const removeFromFront = [&](std::uint64_t k) {
-    front.erase(k);
-    forEachLookup(k, [&](std::uint32_t f) {
-      if (--matchingEdges[f] == 0)
+  auto const removeFromFront = [&](std::pair<std::size_t, std::size_t> entries) {
+    table.front(entries.first) = none;
+    for (std::size_t i = entries.first; i < entries.second; ++i) {
+      std::uint32_t const f = table.face(i);
+      if (slotOf[f] != none && --matchingEdges[f] == 0)
         matching.erase(slotOf[f]);
-    });
+    }
   };
 
   Triangle* const seed = triangles.back().get();
@@ -177,20 +228,19 @@ void Mesh::constructFromFaces(std::vector<Face>& faces) {
       throw Exception("Mesh construction failure");
     std::uint32_t const f = faceAt[slot];
     Face const& face = faces[f];
-    std::uint64_t matched = 0;
+    std::pair<std::size_t, std::size_t> matched;
     Triangle* owner = nullptr;
     std::uint32_t y = 0;
     std::uint32_t z = 0;
     for (int k = 0; k < 3 && owner == nullptr; ++k) {
       y = face[(k + 1) % 3];
       z = face[(k + 2) % 3];
-      matched = key(y, face[k]);
-      auto const it = front.find(matched);
-      if (it != front.end())
-        owner = it->second;
+      matched = table.find(key(y, face[k]));
+      if (matched.first != matched.second && table.front(matched.first) != none)
+        owner = triangles[table.front(matched.first)].get();
     }
     matching.erase(slot);
-    slotOf[f] = noSlot;
+    slotOf[f] = none;
 
     Edge edge;
     if (!owner->getEdgeFromVertexIndex(y, &edge) ||

@@ -50,6 +50,12 @@ std::string readFile(char const* name) {
   if (!file)
     throw Exception("Cannot open file");
   std::string text;
+  if (std::fseek(file.get(), 0, SEEK_END) == 0) {
+    long const size = std::ftell(file.get());
+    if (size > 0)
+      text.reserve(static_cast<std::size_t>(size));
+    std::rewind(file.get());
+  }
   char buffer[1 << 16];
   std::size_t read;
   while ((read = std::fread(buffer, 1, sizeof buffer, file.get())) > 0)

@@ -13,9 +13,14 @@ void Mesh::calculateVertexNormals() {
     if (start.getTriangle() != nullptr) {
       if (getIsBoundaryVertex(v))
         start = getFanStart(start);
-      // Each cross product is the triangle's normal scaled by twice its area.
+      // Each cross product is the triangle's normal scaled by twice its area: the edge out of v
+      // crossed with the edge that follows it.
       walkFan(start, [&](Edge const& e) {
-        sum += e.vphi3().cross(e.rot().vphi3());
+        std::uint32_t const* const corners = e.getTriangle()->vertexIndices;
+        Point const& org = vertices[e.org()].getPoint3D();
+        Point const& dest = vertices[e.dest()].getPoint3D();
+        Point const& third = vertices[corners[(e.getTriangleEdgeIndex() + 3) % 3]].getPoint3D();
+        sum += (dest - org).cross(third - dest);
         return false;
       });
     }

@@ -35,19 +35,19 @@ public:
   void set(Edge const& e) { *this = e; }
 
   /// Vertex index at which the edge starts.
-  std::uint32_t org() const;
+  inline std::uint32_t org() const;
   /// Vertex index at which the edge ends.
-  std::uint32_t dest() const;
+  inline std::uint32_t dest() const;
   /// The next edge of the same triangle, starting where this one ends.
-  Edge rot() const;
+  inline Edge rot() const;
   /// The same side seen from the neighbour; (null, invalid index) on the boundary.
-  Edge sym() const;
+  inline Edge sym() const;
   /// The next edge out of org() turning about it into the neighbouring triangle; its triangle is
   /// null when the turn crosses the boundary.
-  Edge onext() const;
+  inline Edge onext() const;
   /// The inverse turn of onext(); only defined when sym() names a triangle.
-  Edge oprev() const;
-  bool isBoundary() const;
+  inline Edge oprev() const;
+  inline bool isBoundary() const;
 
   Point vphiorg3() const;
   Point vphidest3() const;
@@ -73,5 +73,8 @@ private:
 };
 
 } // namespace QARN::Geometry::ThreeDimensional::TriMesh
+
+// The inline edge algebra needs the complete Triangle.
+#include <QARN/Geometry/ThreeDimensional/TriMesh/Triangle.h>
 
 #endif

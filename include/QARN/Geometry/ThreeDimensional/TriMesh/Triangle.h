@@ -77,6 +77,35 @@ private:
   std::size_t serial = 0;
 };
 
+inline std::uint32_t Edge::org() const {
+  return triangle->vertexIndices[(triangleEdgeIndex + 1) % 3];
+}
+
+inline std::uint32_t Edge::dest() const {
+  return triangle->vertexIndices[(triangleEdgeIndex + 2) % 3];
+}
+
+inline Edge Edge::rot() const {
+  return Edge(triangle, (triangleEdgeIndex + 1) % 3);
+}
+
+inline Edge Edge::sym() const {
+  std::uint32_t const k = triangleEdgeIndex % 3;
+  return Edge(triangle->adjacentTriangles[k], triangle->adjacentEdgeIndices[k]);
+}
+
+inline Edge Edge::onext() const {
+  return rot().rot().sym();
+}
+
+inline Edge Edge::oprev() const {
+  return sym().rot();
+}
+
+inline bool Edge::isBoundary() const {
+  return triangle->adjacentTriangles[triangleEdgeIndex % 3] == nullptr;
+}
+
 } // namespace QARN::Geometry::ThreeDimensional::TriMesh
 
 #endif
