@@ -55,16 +55,20 @@ std::vector<Face> literalGrowth(std::vector<Face> faces, std::uint64_t n) {
   return triangles;
 }
 
-/// Loads the faces in the given order and returns the mesh's triangles in creation order.
+/// Loads the faces in the given order and returns the mesh's triangles in creation order, and
+/// the number of boundary edges.
 std::vector<Face> loadedGrowth(std::vector<std::array<double, 3>> const& points,
-                               std::vector<Face> const& faces) {
+                               std::vector<Face> const& faces, int* boundaryEdges = nullptr) {
   std::string const path = tempPath("growth.obj");
   writeText(path, objText(points, faces));
   Mesh mesh;
   mesh.load(path.c_str());
   std::vector<Face> corners;
-  for (Triangle* t : trianglesOf(mesh))
+  for (Triangle* t : trianglesOf(mesh)) {
     corners.push_back(cornersOf(t));
+    for (int k = 0; boundaryEdges != nullptr && k < 3; ++k)
+      *boundaryEdges += t->getEdge(k).isBoundary() ? 1 : 0;
+  }
   return corners;
 }
 
@@ -81,15 +85,21 @@ TEST(TriMeshGrowth, AddsTheTrianglesOfTheLiteralCursorInItsOrder) {
   std::vector<std::array<double, 3>> points;
   std::vector<Face> faces;
   for (int shape = 0; shape < 4; ++shape) {
-    if (shape % 2 == 0)
-      grid(7 + shape, 5, points, faces);
+    int const w = 7 + shape;
+    int const h = 5 + shape;
+    bool const open = shape % 2 == 0;
+    if (open)
+      grid(w, h, points, faces);
     else
-      torus(9, 6 + shape, points, faces);
+      torus(w, h, points, faces);
     for (int trial = 0; trial < 10; ++trial) {
       std::vector<Face> const order = shuffled(faces, random);
       std::vector<Face> const expected = literalGrowth(order, points.size());
       ASSERT_EQ(faces.size(), expected.size());
-      EXPECT_EQ(expected, loadedGrowth(points, order)) << "shape " << shape << " trial " << trial;
+      int boundaryEdges = 0;
+      EXPECT_EQ(expected, loadedGrowth(points, order, &boundaryEdges)) << shape << " " << trial;
+      // Every shared edge is glued, whatever the order of growth.
+      EXPECT_EQ(open ? 2 * (w + h) : 0, boundaryEdges) << shape << " " << trial;
     }
   }
 }

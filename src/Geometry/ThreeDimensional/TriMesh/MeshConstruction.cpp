@@ -31,11 +31,39 @@ bool Mesh::addFloatingTriangle(std::vector<std::uint32_t> const& indices) {
   return true;
 }
 
-// The new triangle (d, o, z) lies across the boundary edge o->d. Besides that edge it is glued
-// to a triangle holding z->o or d->z where one exists; such an edge must still be a boundary
-// edge. While a mesh grows, a vertex may have several separate fans: its list then holds one
-// triangle of each, so that the edge search reaches them all, and fans joined by the new
-// triangle keep a single entry.
+// While a mesh grows, a vertex may have several separate fans. Its list then holds, for each fan
+// open at the boundary, the fan's first triangle (whose edge out of the vertex is a boundary
+// edge); a closed fan may have no entry. Every boundary edge out of a vertex is thus the edge out
+// of the vertex of one of its entries, so the triangles to glue a new triangle to are found
+// without walking round the fans.
+bool Mesh::getBoundaryEdgeFromFans(std::uint32_t v, std::uint32_t w, Edge* out) const {
+  for (Triangle* const t : vertexTriangles[v]) {
+    Edge e;
+    if (t != nullptr && t->getEdgeFromVertexIndex(v, &e) && e.isBoundary() && e.dest() == w) {
+      *out = e;
+      return true;
+    }
+  }
+  return false;
+}
+
+void Mesh::replaceFanEntry(std::uint32_t v, Triangle* old, Triangle* triangle) {
+  std::vector<Triangle*>& list = vertexTriangles[v];
+  std::replace(list.begin(), list.end(), old, triangle);
+}
+
+void Mesh::removeFanEntry(std::uint32_t v, Triangle* triangle) {
+  std::vector<Triangle*>& list = vertexTriangles[v];
+  auto const entry = std::find(list.begin(), list.end(), triangle);
+  if (list.size() > 1 && entry != list.end())
+    list.erase(entry);
+}
+
+// The new triangle (d, o, z) lies across the boundary edge o->d of triangle t. It is also glued
+// to the triangle holding the boundary edge z->o (P0) and to the one holding d->z (P1) where they
+// exist. Round o, the new triangle comes first, before t; round d, after t and before P1; round z,
+// after P1 and before P0. Where it joins two fans of a vertex, the entry that no longer starts a
+// fan leaves the list; a fan it closes needs no entry, but a vertex always keeps one.
 bool Mesh::addBoundaryTriangle(Edge const& edge, std::int32_t vertexIndex) {
   Triangle* const across = edge.getTriangle();
   if (across == nullptr || across->mesh != this || !edge.isBoundary())
@@ -46,13 +74,11 @@ bool Mesh::addBoundaryTriangle(Edge const& edge, std::int32_t vertexIndex) {
   std::uint32_t const n = getNumberOfVertices();
   if (o >= n || d >= n || z >= n || o == d || z == o || z == d)
     return false;
+  bool const floating = getIsVertexFloating(z);
   Edge toOrg;
   Edge fromDest;
-  bool const hasToOrg = getDoesEdgeExist(z, o, &toOrg);
-  bool const hasFromDest = getDoesEdgeExist(d, z, &fromDest);
-  if ((hasToOrg && !toOrg.isBoundary()) || (hasFromDest && !fromDest.isBoundary()))
-    return false;
-  bool const floating = getIsVertexFloating(z);
+  bool const hasToOrg = !floating && getBoundaryEdgeFromFans(z, o, &toOrg);
+  bool const hasFromDest = !floating && getBoundaryEdgeFromFans(d, z, &fromDest);
 
   Triangle* const triangle = createTriangle(d, o, z);
   triangle->connect(2, across, edge.getTriangleEdgeIndex());
@@ -61,42 +87,21 @@ bool Mesh::addBoundaryTriangle(Edge const& edge, std::int32_t vertexIndex) {
   if (hasFromDest)
     triangle->connect(1, fromDest.getTriangle(), fromDest.getTriangleEdgeIndex());
 
+  if (hasToOrg)
+    removeFanEntry(o, across);
+  else
+    replaceFanEntry(o, across, triangle);
+  if (hasFromDest)
+    removeFanEntry(d, fromDest.getTriangle());
   if (floating)
     vertexTriangles[z][0] = triangle;
-  else if (!hasToOrg && !hasFromDest)
-    vertexTriangles[z].push_back(triangle);
   else if (hasToOrg && hasFromDest)
-    removeMergedFanEntries(z, triangle);
-  if (hasToOrg)
-    removeMergedFanEntries(o, triangle);
-  if (hasFromDest)
-    removeMergedFanEntries(d, triangle);
+    removeFanEntry(z, toOrg.getTriangle());
+  else if (hasToOrg)
+    replaceFanEntry(z, toOrg.getTriangle(), triangle);
+  else if (!hasFromDest)
+    vertexTriangles[z].push_back(triangle);
   return true;
-}
-
-void Mesh::removeMergedFanEntries(std::uint32_t v, Triangle* triangle) {
-  std::vector<Triangle*>& list = vertexTriangles[v];
-  if (list.size() < 2)
-    return;
-  std::vector<bool> inFan(list.size(), false);
-  Edge start;
-  triangle->getEdgeFromVertexIndex(v, &start);
-  walkFan(getFanStart(start), [&](Edge const& e) {
-    for (std::size_t j = 0; j < list.size(); ++j)
-      if (list[j] == e.getTriangle())
-        inFan[j] = true;
-    return false;
-  });
-  // Keep the first entry of the joined fan, so that the anchor (entry 0) never changes.
-  bool kept = false;
-  std::size_t next = 0;
-  for (std::size_t j = 0; j < list.size(); ++j) {
-    if (inFan[j] && kept)
-      continue;
-    kept = kept || inFan[j];
-    list[next++] = list[j];
-  }
-  list.resize(next);
 }
 
 namespace {

@@ -82,7 +82,9 @@ private:
   Triangle* createTriangle(std::uint32_t a, std::uint32_t b, std::uint32_t c);
   bool addFloatingTriangle(std::vector<std::uint32_t> const& indices);
   bool addBoundaryTriangle(Edge const& edge, std::int32_t vertexIndex);
-  void removeMergedFanEntries(std::uint32_t v, Triangle* triangle);
+  bool getBoundaryEdgeFromFans(std::uint32_t v, std::uint32_t w, Edge* out) const;
+  void replaceFanEntry(std::uint32_t v, Triangle* old, Triangle* triangle);
+  void removeFanEntry(std::uint32_t v, Triangle* triangle);
   /// Grows the connectivity from the first face across shared edges, in file order.
   void constructFromFaces(std::vector<Face>& faces);
 
