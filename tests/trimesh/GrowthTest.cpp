@@ -1,7 +1,5 @@
 #include "TriMeshTestSupport.h"
 
-#include <QARN/Exception.h>
-
 #include <algorithm>
 #include <map>
 #include <random>
@@ -16,110 +14,78 @@ std::vector<Face> literalGrowth(std::vector<Face> faces, std::uint64_t n) {
   std::vector<Face> triangles{faces[0]};
   std::map<std::uint64_t, std::size_t> front; // org + n*dest -> triangle
   auto const insert = [&](std::size_t t, int k) {
-    Face const& c = triangles[t];
-    front.emplace(c[(k + 1) % 3] + n * c[(k + 2) % 3], t);
+    front.emplace(triangles[t][(k + 1) % 3] + n * triangles[t][(k + 2) % 3], t);
   };
   for (int k = 0; k < 3; ++k)
     insert(0, k);
   faces[0] = faces.back();
   std::size_t r = faces.size() - 1;
-  std::size_t i = 0;
-  std::size_t sinceLastMatch = 0;
-  while (r > 0) {
-    if (sinceLastMatch++ > r)
+  std::size_t tried = 0;
+  for (std::size_t i = 0; r > 0; i = i + 1 < r ? i + 1 : 0) {
+    if (tried++ > r)
       return {};
-    Face const face = faces[i];
     for (int k = 0; k < 3; ++k) {
-      std::uint32_t const x = face[k];
-      std::uint32_t const y = face[(k + 1) % 3];
-      std::uint32_t const z = face[(k + 2) % 3];
+      std::uint32_t const x = faces[i][k];
+      std::uint32_t const y = faces[i][(k + 1) % 3];
       auto const it = front.find(y + n * x);
       if (it == front.end())
         continue;
-      // The triangle's edge out of y, and the new triangle (its dest, y, z) across it.
-      std::uint64_t const matched = it->first;
+      // Across the edge out of y of the front triangle: (its dest, y, the third corner).
       Face const& owner = triangles[it->second];
       int const c = owner[0] == y ? 0 : owner[1] == y ? 1 : 2;
-      triangles.push_back({owner[(c + 1) % 3], y, z});
+      triangles.push_back({owner[(c + 1) % 3], y, faces[i][(k + 2) % 3]});
       insert(triangles.size() - 1, 0);
       insert(triangles.size() - 1, 1);
-      front.erase(matched);
-      faces[i] = faces[r - 1];
-      --r;
-      sinceLastMatch = 0;
+      front.erase(y + n * x);
+      faces[i] = faces[--r];
+      tried = 0;
       break;
     }
-    if (++i >= r)
-      i = 0;
   }
   return triangles;
 }
 
-/// Loads the faces in the given order and returns the mesh's triangles in creation order, and
-/// the number of boundary edges.
-std::vector<Face> loadedGrowth(std::vector<std::array<double, 3>> const& points,
-                               std::vector<Face> const& faces, int* boundaryEdges = nullptr) {
-  std::string const path = tempPath("growth.obj");
-  writeText(path, objText(points, faces));
-  Mesh mesh;
-  mesh.load(path.c_str());
-  std::vector<Face> corners;
-  for (Triangle* t : trianglesOf(mesh)) {
-    corners.push_back(cornersOf(t));
-    for (int k = 0; boundaryEdges != nullptr && k < 3; ++k)
-      *boundaryEdges += t->getEdge(k).isBoundary() ? 1 : 0;
-  }
-  return corners;
-}
-
-/// Random face order and random rotation of each face's corners (the winding is kept).
-std::vector<Face> shuffled(std::vector<Face> faces, std::mt19937& random) {
-  std::shuffle(faces.begin(), faces.end(), random);
-  for (Face& f : faces)
-    std::rotate(f.begin(), f.begin() + random() % 3, f.end());
-  return faces;
-}
-
 TEST(TriMeshGrowth, AddsTheTrianglesOfTheLiteralCursorInItsOrder) {
   std::mt19937 random(20240611);
-  std::vector<std::array<double, 3>> points;
+  Points points;
   std::vector<Face> faces;
   for (int shape = 0; shape < 4; ++shape) {
     int const w = 7 + shape;
     int const h = 5 + shape;
-    bool const open = shape % 2 == 0;
-    if (open)
-      grid(w, h, points, faces);
-    else
-      torus(w, h, points, faces);
+    bool const closed = shape % 2 == 1;
+    surface(w, h, closed, points, faces);
     for (int trial = 0; trial < 10; ++trial) {
-      std::vector<Face> const order = shuffled(faces, random);
-      std::vector<Face> const expected = literalGrowth(order, points.size());
+      // Random face order and corner rotation; the winding is kept.
+      std::shuffle(faces.begin(), faces.end(), random);
+      for (Face& f : faces)
+        std::rotate(f.begin(), f.begin() + random() % 3, f.end());
+      std::vector<Face> const expected = literalGrowth(faces, points.size());
       ASSERT_EQ(faces.size(), expected.size());
+      Mesh mesh;
+      loadText(mesh, objText(points, faces));
+      std::vector<Face> corners;
       int boundaryEdges = 0;
-      EXPECT_EQ(expected, loadedGrowth(points, order, &boundaryEdges)) << shape << " " << trial;
+      for (Triangle* t : trianglesOf(mesh)) {
+        corners.push_back(cornersOf(t));
+        for (int k = 0; k < 3; ++k)
+          boundaryEdges += t->getEdge(k).isBoundary() ? 1 : 0;
+      }
+      EXPECT_EQ(expected, corners) << shape << " " << trial;
       // Every shared edge is glued, whatever the order of growth.
-      EXPECT_EQ(open ? 2 * (w + h) : 0, boundaryEdges) << shape << " " << trial;
+      EXPECT_EQ(closed ? 0 : 2 * (w + h), boundaryEdges) << shape << " " << trial;
     }
   }
 }
 
 TEST(TriMeshGrowth, FacesOutOfReachOfTheSeedFail) {
-  std::vector<std::array<double, 3>> const points{{0, 0, 0}, {1, 0, 0}, {0, 1, 0},
-                                                  {5, 0, 0}, {6, 0, 0}, {5, 1, 0}};
-  std::vector<std::vector<Face>> const cases{
-      {{0, 1, 2}, {3, 4, 5}}, // two pieces
-      {{0, 1, 2}, {0, 1, 2}}, // the same face twice
-      {{0, 1, 2}, {1, 2, 3}}, // wound against its neighbour
-  };
-  for (auto const& faces : cases) {
+  Points const points{{0, 0, 0}, {1, 0, 0}, {0, 1, 0}, {5, 0, 0}, {6, 0, 0}, {5, 1, 0}};
+  // Two pieces; the same face twice; a face wound against its neighbour.
+  for (std::vector<Face> const& faces : std::vector<std::vector<Face>>{
+           {{0, 1, 2}, {3, 4, 5}}, {{0, 1, 2}, {0, 1, 2}}, {{0, 1, 2}, {1, 2, 3}}}) {
     EXPECT_TRUE(literalGrowth(faces, points.size()).empty());
-    try {
-      loadedGrowth(points, faces);
-      FAIL();
-    } catch (QARN::Exception const& e) {
-      EXPECT_STREQ("Mesh construction failure", e.what());
-    }
+    Mesh mesh;
+    EXPECT_EQ("Mesh construction failure",
+              errorOf([&] { loadText(mesh, objText(points, faces)); }));
   }
 }
 

@@ -1,8 +1,8 @@
 #ifndef QARN_TESTS_TRIMESH_TRIMESHTESTSUPPORT_H
 #define QARN_TESTS_TRIMESH_TRIMESHTESTSUPPORT_H
 
+#include <QARN/Exception.h>
 #include <QARN/Geometry/ThreeDimensional/TriMesh/Mesh.h>
-#include <QARN/Progress/ProgressListener.h>
 
 #include <gtest/gtest.h>
 
@@ -24,13 +24,11 @@ struct MeshTestAccess {
     return m.getDoesEdgeExist(a, b, out);
   }
   static Edge arbitraryEdge(Mesh const& m, std::uint32_t v) { return m.getVertexArbitraryEdge(v); }
-  static std::vector<Triangle*> const& list(Mesh const& m, std::uint32_t v) {
-    return m.vertexTriangles[v];
-  }
   static bool connect(Triangle* t, int k, Triangle* other, std::uint32_t m) {
     return t->connect(k, other, m);
   }
-  static constexpr std::uint32_t invalid = Triangle::invalidEdgeIndex;
+  static void makeBoundary(Edge const& e) { e.makeBoundary(); }
+  static TwoDimensional::BoundingBoxAA<double> box2D(Triangle const* t) { return t->getAABB2D(); }
 };
 
 } // namespace QARN::Geometry::ThreeDimensional::TriMesh
@@ -40,14 +38,13 @@ namespace trimeshtest {
 using namespace QARN::Geometry::ThreeDimensional::TriMesh;
 using QARN::Geometry::ThreeDimensional::Point;
 using QARN::Geometry::ThreeDimensional::Vector;
+using Points = std::vector<std::array<double, 3>>;
 using Face = std::array<std::uint32_t, 3>; // 0-based corners
 
 inline std::string tempPath(std::string const& name) {
   char const* dir = std::getenv("QARN_TEST_TMPDIR");
   std::string base = dir != nullptr ? dir : ::testing::TempDir();
-  if (!base.empty() && base.back() != '/')
-    base += '/';
-  return base + name;
+  return base.empty() || base.back() == '/' ? base + name : base + "/" + name;
 }
 
 inline void writeText(std::string const& path, std::string const& text) {
@@ -55,38 +52,39 @@ inline void writeText(std::string const& path, std::string const& text) {
 }
 
 inline std::string readText(std::string const& path) {
-  std::ifstream in(path, std::ios::binary);
   std::stringstream s;
-  s << in.rdbuf();
+  s << std::ifstream(path, std::ios::binary).rdbuf();
   return s.str();
 }
 
 /// Mesh text with one "v" line per point and one "f" line per face.
-inline std::string objText(std::vector<std::array<double, 3>> const& points,
-                           std::vector<Face> const& faces) {
-  std::string text = "g Vertices\n";
+inline std::string objText(Points const& points, std::vector<Face> const& faces) {
+  std::string text;
   char line[128];
-  for (auto const& p : points) {
-    std::snprintf(line, sizeof line, "v %f %f %f\n", p[0], p[1], p[2]);
-    text += line;
-  }
-  text += "g Faces\n";
-  for (auto const& f : faces) {
-    std::snprintf(line, sizeof line, "f %u %u %u\n", f[0] + 1, f[1] + 1, f[2] + 1);
-    text += line;
-  }
+  for (auto const& p : points)
+    text.append(line, std::snprintf(line, sizeof line, "v %f %f %f\n", p[0], p[1], p[2]));
+  for (auto const& f : faces)
+    text.append(line,
+                std::snprintf(line, sizeof line, "f %u %u %u\n", f[0] + 1, f[1] + 1, f[2] + 1));
   return text;
 }
 
-/// An open (w x h)-cell grid in the plane z = 0, two counter-clockwise triangles per cell.
-inline void grid(int w, int h, std::vector<std::array<double, 3>>& points,
-                 std::vector<Face>& faces) {
+/// A surface of (w x h) cells, two counter-clockwise triangles per cell: a flat open grid with
+/// vertex (i, j) at index j*(w+1) + i, or closed into a torus with outward normals.
+inline void surface(int w, int h, bool closed, Points& points, std::vector<Face>& faces) {
+  int const nu = closed ? w : w + 1;
+  int const nv = closed ? h : h + 1;
   points.clear();
   faces.clear();
-  for (int j = 0; j <= h; ++j)
-    for (int i = 0; i <= w; ++i)
-      points.push_back({double(i), double(j), 0.0});
-  auto const at = [w](int i, int j) { return std::uint32_t(j * (w + 1) + i); };
+  for (int j = 0; j < nv; ++j)
+    for (int i = 0; i < nu; ++i) {
+      double const a = 6.283185307179586 * i / w;
+      double const b = 6.283185307179586 * j / h;
+      double const r = 3 + std::cos(b);
+      points.push_back(closed ? std::array<double, 3>{r * std::cos(a), r * std::sin(a), std::sin(b)}
+                              : std::array<double, 3>{double(i), double(j), 0.0});
+    }
+  auto const at = [&](int i, int j) { return std::uint32_t((j % nv) * nu + (i % nu)); };
   for (int j = 0; j < h; ++j)
     for (int i = 0; i < w; ++i) {
       faces.push_back({at(i, j), at(i + 1, j), at(i + 1, j + 1)});
@@ -94,25 +92,21 @@ inline void grid(int w, int h, std::vector<std::array<double, 3>>& points,
     }
 }
 
-/// A closed torus of (w x h) cells, outward-facing triangles.
-inline void torus(int w, int h, std::vector<std::array<double, 3>>& points,
-                  std::vector<Face>& faces) {
-  points.clear();
-  faces.clear();
-  double const pi = 3.141592653589793;
-  for (int j = 0; j < h; ++j)
-    for (int i = 0; i < w; ++i) {
-      double const a = 2 * pi * i / w;
-      double const b = 2 * pi * j / h;
-      double const r = 3 + std::cos(b);
-      points.push_back({r * std::cos(a), r * std::sin(a), std::sin(b)});
-    }
-  auto const at = [w, h](int i, int j) { return std::uint32_t((j % h) * w + (i % w)); };
-  for (int j = 0; j < h; ++j)
-    for (int i = 0; i < w; ++i) {
-      faces.push_back({at(i, j), at(i + 1, j), at(i + 1, j + 1)});
-      faces.push_back({at(i, j), at(i + 1, j + 1), at(i, j + 1)});
-    }
+inline FileContents loadText(Mesh& mesh, std::string const& text,
+                             std::string const& name = "in.obj") {
+  writeText(tempPath(name), text);
+  return mesh.load(tempPath(name).c_str());
+}
+
+/// The message of the library exception thrown by f, or "no error".
+template <typename F>
+std::string errorOf(F f) {
+  try {
+    f();
+  } catch (QARN::Exception const& e) {
+    return e.what();
+  }
+  return "no error";
 }
 
 /// The distinct triangles of a mesh, in creation order.
@@ -129,15 +123,6 @@ inline Face cornersOf(Triangle const* t) {
   t->getVertexIndices(f[0], f[1], f[2]);
   return f;
 }
-
-/// Records every listener call as one line.
-struct RecordingListener : QARN::ProgressListener {
-  std::vector<std::string> calls;
-  void setStatusText(char const* text) override { calls.push_back(text); }
-  void setProgress(std::uint32_t percent) override { calls.push_back(std::to_string(percent)); }
-  void setValue(char const* name, double) override { calls.push_back(name); }
-  void setIteration(std::uint32_t) override { calls.push_back("iteration"); }
-};
 
 } // namespace trimeshtest
 

@@ -63,6 +63,7 @@ public:
 
 private:
   friend class Mesh;
+  friend struct MeshTestAccess;
 
   std::uint32_t getTriangleEdgeIndex() const { return triangleEdgeIndex; }
   /// Unglues the two triangles along this edge; the caller ensures it is not a boundary edge.
