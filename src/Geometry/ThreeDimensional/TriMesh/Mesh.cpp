@@ -4,7 +4,7 @@
 
 #include <QARN/Exception.h>
 
-#include <algorithm>
+#include <utility>
 
 namespace QARN::Geometry::ThreeDimensional::TriMesh {
 

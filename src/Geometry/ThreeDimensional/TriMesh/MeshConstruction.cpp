@@ -177,7 +177,7 @@ private:
 // them: the last face fills each freed slot, and the cursor moves on to the next slot, wrapping
 // to 0. Rather than testing every slot, the cursor jumps to the next slot whose face has an edge
 // matching the front, a set kept up to date as edges enter and leave the front.
-void Mesh::constructFromFaces(std::vector<Face>& faces) {
+void Mesh::constructFromFaces(std::vector<Face> const& faces) {
   ProgressStage stage(progressListener, "Constructing triangle mesh...", faces.size());
   if (faces.empty() || faces.size() >= none ||
       !addFloatingTriangle({faces[0][0], faces[0][1], faces[0][2]}))

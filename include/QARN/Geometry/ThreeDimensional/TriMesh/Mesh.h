@@ -33,7 +33,7 @@ public:
   Mesh& operator=(Mesh const&) = delete;
   virtual ~Mesh();
 
-  // Vertices.
+  // Vertices (normals: MeshOrientation.cpp).
   std::uint32_t getNumberOfVertices() const;
   /// Vertex i modulo the vertex count; throws "Invalid vertex index" on an empty mesh.
   Vertex& getVertex(std::uint32_t i);
@@ -86,7 +86,7 @@ private:
   void replaceFanEntry(std::uint32_t v, Triangle* old, Triangle* triangle);
   void removeFanEntry(std::uint32_t v, Triangle* triangle);
   /// Grows the connectivity from the first face across shared edges, in file order.
-  void constructFromFaces(std::vector<Face>& faces);
+  void constructFromFaces(std::vector<Face> const& faces);
 
   // Files (MeshFiles.cpp).
   std::string const getCutEdgeIndicesFileName(std::string const& baseName) const;
