@@ -1,0 +1,108 @@
+#ifndef QARN_GEOMETRY_THREEDIMENSIONAL_TRIMESH_MESH_H
+#define QARN_GEOMETRY_THREEDIMENSIONAL_TRIMESH_MESH_H
+
+#include <QARN/Geometry/ThreeDimensional/TriMesh/CutEdgeIndex.h>
+#include <QARN/Geometry/ThreeDimensional/TriMesh/Edge.h>
+#include <QARN/Geometry/ThreeDimensional/TriMesh/FileContents.h>
+#include <QARN/Geometry/ThreeDimensional/TriMesh/Triangle.h>
+#include <QARN/Geometry/ThreeDimensional/TriMesh/Vertex.h>
+#include <QARN/Progress/ProgressListener.h>
+#include <QARN/Progress/ProgressTerminator.h>
+
+#include <array>
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <utility>
+#include <vector>
+
+namespace QARN::Geometry::ThreeDimensional::TriMesh {
+
+/// A triangle mesh of an inspected surface. Connectivity lives in the triangles; they are reached
+/// from the vertices through each vertex's anchor triangle (entry 0 of its list; a list ending in
+/// null marks a floating vertex). The mesh owns its triangles. Walks around a vertex follow the
+/// fan rule: start at an edge leaving the vertex, rewind with oprev to the first edge of the fan
+/// on a boundary vertex, then advance with onext until back at the start or at the boundary.
+class Mesh {
+public:
+  /// Element i of the first vector is a vertex on the cut, element i of the second its copy.
+  using CutEdgeIndices = std::pair<std::vector<CutEdgeIndex>, std::vector<CutEdgeIndex>>;
+
+  Mesh();
+  Mesh(Mesh const&) = delete;
+  Mesh& operator=(Mesh const&) = delete;
+  virtual ~Mesh();
+
+  // Vertices (normals: MeshOrientation.cpp).
+  std::uint32_t getNumberOfVertices() const;
+  /// Vertex i modulo the vertex count; throws "Invalid vertex index" on an empty mesh.
+  Vertex& getVertex(std::uint32_t i);
+  Vertex const& getVertex(std::uint32_t i) const;
+  /// Sets every vertex normal to the unit area-weighted normal of the triangles of its fan (the
+  /// zero vector where that sum vanishes or the vertex has no triangle).
+  void calculateVertexNormals();
+
+  // Topology.
+  /// Fills triangles with the triangles of every anchored vertex's fan, once per corner met, and
+  /// sets [begin, end) to the distinct ones in creation order; the vector keeps its full length.
+  void getTriangles(std::vector<Triangle*>& triangles,
+                    std::vector<Triangle*>::const_iterator& begin,
+                    std::vector<Triangle*>::const_iterator& end) const;
+
+  // Files: the mesh text format and its "_cut_indices.txt" companion.
+  /// Replaces the mesh's contents (cut pairs included) with the file's.
+  FileContents load(char const* fileName);
+  void save(char const* fileName, bool write2D, bool flatOnly) const;
+  /// Base name (no directory, no extension) of the file last loaded.
+  std::string const& getFileName() const { return fileName; }
+  CutEdgeIndices const& getCutEdgeIndices() const { return cutEdgeIndices; }
+
+  // Progress; the pointers are held, never owned.
+  void setProgressListener(ProgressListener* listener) { progressListener = listener; }
+  void setProgressTerminator(ProgressTerminator* terminator) { progressTerminator = terminator; }
+
+private:
+  friend struct MeshTestAccess;
+
+  using Face = std::array<std::uint32_t, 3>;
+
+  // Topology queries (Mesh.cpp). Indices wrap modulo the vertex count where stated.
+  bool addVertex(Vertex const& vertex);
+  bool getIsVertexFloating(std::uint32_t i) const;
+  bool getIsVertexAttached(std::uint32_t i) const;
+  Edge getVertexArbitraryEdge(std::uint32_t i) const;
+  bool getIsBoundaryVertex(std::uint32_t i) const;
+  bool getDoesEdgeExist(std::uint32_t a, std::uint32_t b, Edge* out) const;
+  /// Empties the vertex lists and deletes the triangles.
+  void clear();
+  /// Removes floating vertices, renumbering the others in their order.
+  void clean();
+
+  // Construction (MeshConstruction.cpp).
+  Triangle* createTriangle(std::uint32_t a, std::uint32_t b, std::uint32_t c);
+  bool addFloatingTriangle(std::vector<std::uint32_t> const& indices);
+  bool addBoundaryTriangle(Edge const& edge, std::int32_t vertexIndex);
+  bool getBoundaryEdgeFromFans(std::uint32_t v, std::uint32_t w, Edge* out) const;
+  void replaceFanEntry(std::uint32_t v, Triangle* old, Triangle* triangle);
+  void removeFanEntry(std::uint32_t v, Triangle* triangle);
+  /// Grows the connectivity from the first face across shared edges, in file order.
+  void constructFromFaces(std::vector<Face> const& faces);
+
+  // Files (MeshFiles.cpp).
+  std::string const getCutEdgeIndicesFileName(std::string const& baseName) const;
+  void saveCutEdgeIndices(std::string const& path, CutEdgeIndices const& indices) const;
+  void loadCutEdgeIndices(std::string const& path, CutEdgeIndices& indices);
+
+  std::vector<std::vector<Triangle*>> vertexTriangles;
+  std::vector<Vertex> vertices;
+  std::string fileName;
+  CutEdgeIndices cutEdgeIndices;
+  ProgressListener* progressListener = nullptr;
+  ProgressTerminator* progressTerminator = nullptr;
+  /// Every triangle of the mesh in creation order (index = serial).
+  std::vector<std::unique_ptr<Triangle>> triangles;
+};
+
+} // namespace QARN::Geometry::ThreeDimensional::TriMesh
+
+#endif

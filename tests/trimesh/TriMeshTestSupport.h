@@ -1,0 +1,129 @@
+#ifndef QARN_TESTS_TRIMESH_TRIMESHTESTSUPPORT_H
+#define QARN_TESTS_TRIMESH_TRIMESHTESTSUPPORT_H
+
+#include <QARN/Exception.h>
+#include <QARN/Geometry/ThreeDimensional/TriMesh/Mesh.h>
+
+#include <gtest/gtest.h>
+
+#include <array>
+#include <cmath>
+#include <cstdio>
+#include <cstdlib>
+#include <fstream>
+#include <sstream>
+#include <string>
+#include <vector>
+
+namespace QARN::Geometry::ThreeDimensional::TriMesh {
+
+/// White-box access to the private topology operations.
+struct MeshTestAccess {
+  static bool isBoundaryVertex(Mesh const& m, std::uint32_t v) { return m.getIsBoundaryVertex(v); }
+  static bool doesEdgeExist(Mesh const& m, std::uint32_t a, std::uint32_t b, Edge* out) {
+    return m.getDoesEdgeExist(a, b, out);
+  }
+  static Edge arbitraryEdge(Mesh const& m, std::uint32_t v) { return m.getVertexArbitraryEdge(v); }
+  static bool connect(Triangle* t, int k, Triangle* other, std::uint32_t m) {
+    return t->connect(k, other, m);
+  }
+  static void makeBoundary(Edge const& e) { e.makeBoundary(); }
+  static TwoDimensional::BoundingBoxAA<double> box2D(Triangle const* t) { return t->getAABB2D(); }
+};
+
+} // namespace QARN::Geometry::ThreeDimensional::TriMesh
+
+namespace trimeshtest {
+
+using namespace QARN::Geometry::ThreeDimensional::TriMesh;
+using QARN::Geometry::ThreeDimensional::Point;
+using QARN::Geometry::ThreeDimensional::Vector;
+using Points = std::vector<std::array<double, 3>>;
+using Face = std::array<std::uint32_t, 3>; // 0-based corners
+
+inline std::string tempPath(std::string const& name) {
+  char const* dir = std::getenv("QARN_TEST_TMPDIR");
+  std::string base = dir != nullptr ? dir : ::testing::TempDir();
+  return base.empty() || base.back() == '/' ? base + name : base + "/" + name;
+}
+
+inline void writeText(std::string const& path, std::string const& text) {
+  std::ofstream(path, std::ios::binary) << text;
+}
+
+inline std::string readText(std::string const& path) {
+  std::stringstream s;
+  s << std::ifstream(path, std::ios::binary).rdbuf();
+  return s.str();
+}
+
+/// Mesh text with one "v" line per point and one "f" line per face.
+inline std::string objText(Points const& points, std::vector<Face> const& faces) {
+  std::string text;
+  char line[128];
+  for (auto const& p : points)
+    text.append(line, std::snprintf(line, sizeof line, "v %f %f %f\n", p[0], p[1], p[2]));
+  for (auto const& f : faces)
+    text.append(line,
+                std::snprintf(line, sizeof line, "f %u %u %u\n", f[0] + 1, f[1] + 1, f[2] + 1));
+  return text;
+}
+
+/// A surface of (w x h) cells, two counter-clockwise triangles per cell: a flat open grid with
+/// vertex (i, j) at index j*(w+1) + i, or closed into a torus with outward normals.
+inline void surface(int w, int h, bool closed, Points& points, std::vector<Face>& faces) {
+  int const nu = closed ? w : w + 1;
+  int const nv = closed ? h : h + 1;
+  points.clear();
+  faces.clear();
+  for (int j = 0; j < nv; ++j)
+    for (int i = 0; i < nu; ++i) {
+      double const a = 6.283185307179586 * i / w;
+      double const b = 6.283185307179586 * j / h;
+      double const r = 3 + std::cos(b);
+      points.push_back(closed ? std::array<double, 3>{r * std::cos(a), r * std::sin(a), std::sin(b)}
+                              : std::array<double, 3>{double(i), double(j), 0.0});
+    }
+  auto const at = [&](int i, int j) { return std::uint32_t((j % nv) * nu + (i % nu)); };
+  for (int j = 0; j < h; ++j)
+    for (int i = 0; i < w; ++i) {
+      faces.push_back({at(i, j), at(i + 1, j), at(i + 1, j + 1)});
+      faces.push_back({at(i, j), at(i + 1, j + 1), at(i, j + 1)});
+    }
+}
+
+inline FileContents loadText(Mesh& mesh, std::string const& text,
+                             std::string const& name = "in.obj") {
+  writeText(tempPath(name), text);
+  return mesh.load(tempPath(name).c_str());
+}
+
+/// The message of the library exception thrown by f, or "no error".
+template <typename F>
+std::string errorOf(F f) {
+  try {
+    f();
+  } catch (QARN::Exception const& e) {
+    return e.what();
+  }
+  return "no error";
+}
+
+/// The distinct triangles of a mesh, in creation order.
+inline std::vector<Triangle*> trianglesOf(Mesh const& mesh) {
+  std::vector<Triangle*> list;
+  std::vector<Triangle*>::const_iterator begin;
+  std::vector<Triangle*>::const_iterator end;
+  mesh.getTriangles(list, begin, end);
+  return std::vector<Triangle*>(begin, end);
+}
+
+inline Face cornersOf(Triangle const* t) {
+  Face f;
+  t->getVertexIndices(f[0], f[1], f[2]);
+  return f;
+}
+
+} // namespace trimeshtest
+
+#endif
