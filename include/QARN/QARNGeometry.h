@@ -24,6 +24,13 @@
 #include <QARN/Geometry/ThreeDimensional/QuadMesh/RectMeshGroups.h>
 #include <QARN/Geometry/ThreeDimensional/QuadMesh/TransformedRectMesh.h>
 #include <QARN/Geometry/ThreeDimensional/Quaternion.h>
+#include <QARN/Geometry/ThreeDimensional/TriMesh/CutEdgeIndex.h>
+#include <QARN/Geometry/ThreeDimensional/TriMesh/Edge.h>
+#include <QARN/Geometry/ThreeDimensional/TriMesh/FileContents.h>
+#include <QARN/Geometry/ThreeDimensional/TriMesh/Map.h>
+#include <QARN/Geometry/ThreeDimensional/TriMesh/Mesh.h>
+#include <QARN/Geometry/ThreeDimensional/TriMesh/Triangle.h>
+#include <QARN/Geometry/ThreeDimensional/TriMesh/Vertex.h>
 #include <QARN/Geometry/ThreeDimensional/Utility/Utility.h>
 #include <QARN/Geometry/ThreeDimensional/Vector.h>
 #include <QARN/Geometry/TwoDimensional/BoundingBoxAA.h>
