@@ -4,6 +4,8 @@
 #include <QARN/Exception.h>
 #include <QARN/Geometry/ThreeDimensional/TriMesh/Mesh.h>
 
+#include <common/TempFiles.h>
+
 #include <gtest/gtest.h>
 
 #include <array>
@@ -42,9 +44,7 @@ using Points = std::vector<std::array<double, 3>>;
 using Face = std::array<std::uint32_t, 3>; // 0-based corners
 
 inline std::string tempPath(std::string const& name) {
-  char const* dir = std::getenv("QARN_TEST_TMPDIR");
-  std::string base = dir != nullptr ? dir : ::testing::TempDir();
-  return base.empty() || base.back() == '/' ? base + name : base + "/" + name;
+  return QARN::Test::getTestFilePath(name);
 }
 
 inline void writeText(std::string const& path, std::string const& text) {
