@@ -156,6 +156,17 @@ TEST(RectMeshDerived, MirrorKeepsNormalsAndFlagsFollowTheirPoints) {
   expectThrows([&] { mesh.mirror(static_cast<QM::CanonicalPlane>(3), Point(), QM::U); },
                "Invalid mirror plane.");
   EXPECT_EQ(Point(2, 1, 0), mesh.getPoint(GridPoint(2, 0)));
+
+  // The start candidates follow the flip: the valid quads move from u ≥ 8 to u < 12.
+  GridMesh half = flatGrid(20, 20);
+  for (int v = 0; v <= 20; ++v)
+    for (int u = 0; u <= 7; ++u)
+      half.setPointValidity(GridPoint(u, v), false);
+  half.setNumberOfSearchPoints(1, 1);
+  half.mirror(QM::X, Point(), QM::U);
+  ASSERT_FALSE(half.getSearchPoints().empty());
+  for (GridPoint const& p : half.getSearchPoints())
+    EXPECT_TRUE(half.getIsQuadValid(p)) << p.getU() << "," << p.getV();
 }
 
 TEST(RectMeshDerived, StatisticsAndAreaHistogram) {

@@ -323,6 +323,10 @@ void RectMesh::flipWinding(CanonicalAxis axis) {
     std::reverse(flagRows.begin(), flagRows.end());
   }
   isSearchReset = true;
+  // The start candidates must be valid quads again; the requested counts stay as they are.
+  std::uint32_t numberU = 0;
+  std::uint32_t numberV = 0;
+  calculateSearchPoints(searchPointBudget, numberU, numberV);
 }
 
 void RectMesh::getQuadAreaDistribution(double min, double max, std::uint32_t bins,

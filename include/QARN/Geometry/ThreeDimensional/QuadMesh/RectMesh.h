@@ -228,8 +228,8 @@ public:
 private:
   /// Reverses the corner order of every quad. U reverses each row ((u, v) ↔ (U − u, v)), V
   /// the order of the rows ((u, v) ↔ (u, V − v)); stored points move with their flag bytes.
-  /// The statistics stay; the next search starts afresh. Other values throw "Invalid scan flip
-  /// axis".
+  /// The statistics stay; the next search starts afresh from a rebuilt lattice of start
+  /// candidates. Other values throw "Invalid scan flip axis".
   void flipWinding(CanonicalAxis axis);
   /// Histogram of the valid quads' areas (as in getMaxMeanMinQuadSize) in bins equal
   /// intervals from min to max: bin = trunc((area − min)·bins / (max − min)), clamped to
