@@ -68,8 +68,12 @@ TEST(RectMeshDerived, SubSamplingStepsAndIndices) {
   EXPECT_DOUBLE_EQ(4.0, target.getMaxQuadArea());
   expectThrows([&] { mesh.getSubSampled(RectMesh::SampleStep, 0, target); },
                "Invalid sub-sampling step.");
+  RectMesh const before;
   mesh.getSubSampled(RectMesh::SampleStep, 2, mesh);
   EXPECT_EQ(Point(4, 2, 0), mesh.getPoint(GridPoint(2, 1)));
+  RectMesh const after; // the grid built on the side takes no default-name number
+  EXPECT_EQ(std::stoi(before.getFileName().substr(7)) + 1,
+            std::stoi(after.getFileName().substr(7)));
 }
 
 TEST(RectMeshDerived, IndexAndSpatialBoxes) {

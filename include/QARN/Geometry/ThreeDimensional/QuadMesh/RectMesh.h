@@ -243,6 +243,8 @@ private:
   /// Exchanges grids (points, flags, extents, statistics, search points) with other; both
   /// searches start afresh.
   void swapGrid(RectMesh& other);
+  /// An empty mesh to build a replacement grid in; it takes no number from the default names.
+  static RectMesh makeScratch();
 
 public:
   // ---- Settings and class-wide statics ----
