@@ -160,10 +160,12 @@ private:
 public:
   // ---- Derived meshes, transforms and quad-area histogram ----
   // A derived mesh is built into target, which is re-initialised first (it keeps its own
-  // settings); this mesh is not changed, and target may be this mesh itself. Points are read
-  // through getPoint and each copied point takes its source's whole flag byte along. The target
-  // receives fresh quad-area statistics and search points (from this mesh's search budget).
-  // Every derived mesh throws what init throws, leaving the target empty.
+  // settings); this mesh is not changed. Target may be this mesh itself (a LinearScaleRectMesh
+  // then stores the scaled points it reported, so its scale applies again when they are read).
+  // Points are read through getPoint and each copied point takes its source's whole flag byte
+  // along. The target receives fresh quad-area statistics and search points (from this mesh's
+  // search budget). Every derived mesh throws what init throws, leaving the target empty; a
+  // mesh derived into itself then stays as it was.
 
   /// How getSubSampled reads its count.
   enum ResampleDataType : std::uint32_t {
