@@ -68,6 +68,8 @@ TEST(RectMeshAnalytic, PlanesCountsRangesAndRefusals) {
       EXPECT_EQ(mesh.getIsPointValid(GridPoint(u, v)), (u == 1 || u == 2) && v <= 1) << u << v;
   expectPoint(mesh, 2, 1, 1 + 2, 2 + 8, 3 + 2);
   EXPECT_EQ(mesh.getMaxQuadArea(), 0.0);
+  EXPECT_TRUE(
+      mesh.setAsPlane(Extents(1, 1), 1.0, Point(notANumber, 0, 0), Vector(), Vector(), acceptor));
 }
 
 TEST(RectMeshAnalytic, CylinderArc) {
@@ -149,9 +151,14 @@ TEST(RectMeshAnalytic, ParaboloidInsideRimOnly) {
   mesh = builtMesh();
   Vector const x(1, 0, 0), y(0, 1, 0);
   EXPECT_FALSE(mesh.setAsParaboloid(Point(), x, y, 0.0, 1.0, 1.0, 1.0, 100));
-  EXPECT_FALSE(mesh.setAsParaboloid(Point(), Vector(notANumber, 0, 0), y, 1, 1, 1, 1, 100));
+  EXPECT_FALSE(mesh.setAsParaboloid(Point(), x, y, 1.0, 1.0, -1.0, 1.0, 100));
   EXPECT_FALSE(mesh.setAsParaboloid(Point(), x, y, 1e-6, 1e-6, 1e3, 0.1, 100));
   EXPECT_EQ(mesh.getExtents(), Extents(3, 2));
+  // Depth 0 and a NaN axis are not refused: the apex alone is valid, at NaN.
+  ASSERT_TRUE(mesh.setAsParaboloid(Point(), Vector(notANumber, 0, 0), y, 1, 1, 0, 1, 100));
+  EXPECT_EQ(mesh.getExtents(), Extents(2, 2));
+  EXPECT_TRUE(mesh.getIsPointValid(GridPoint(1, 1)));
+  EXPECT_FALSE(mesh.getIsPointValid(GridPoint(1, 0)));
 }
 
 TEST(RectMeshAnalytic, HeightField) {

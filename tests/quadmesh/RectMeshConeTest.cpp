@@ -47,6 +47,13 @@ TEST(RectMeshCone, UnitQuadsSubdivisionsAndRefusals) {
   EXPECT_FALSE(mesh.getConeIntersection(Point(0, 0, 1), U, Vector(0, 0, 1), 2, 0.5, GridPoint(5, 5),
                                         1, info));
   EXPECT_EQ(info.getCentre(), GridPoint(20, 20));
+  // Side-ray origins and hits are points, stored in single precision: 2^24 + 1 becomes 2^24,
+  // and so does the hit half a unit beyond it.
+  int const far = 16777216;
+  ASSERT_TRUE(
+      mesh.getConeIntersection(Point(0, 0, 1), U, V, 2.0, far + 1.0, GridPoint(5, 5), 1, info));
+  expectFootprint(info, GridPoint(5, 5), Cells(far, 0), Cells(0, -far), Cells(-far, 0),
+                  Cells(0, far));
 }
 
 TEST(RectMeshCone, CircleAndEllipseOnPlane) {

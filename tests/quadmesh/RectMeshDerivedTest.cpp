@@ -68,8 +68,12 @@ TEST(RectMeshDerived, SubSamplingStepsAndIndices) {
   EXPECT_DOUBLE_EQ(4.0, target.getMaxQuadArea());
   expectThrows([&] { mesh.getSubSampled(RectMesh::SampleStep, 0, target); },
                "Invalid sub-sampling step.");
+  RectMesh const before;
   mesh.getSubSampled(RectMesh::SampleStep, 2, mesh);
   EXPECT_EQ(Point(4, 2, 0), mesh.getPoint(GridPoint(2, 1)));
+  RectMesh const after; // the grid built on the side takes no default-name number
+  EXPECT_EQ(std::stoi(before.getFileName().substr(7)) + 1,
+            std::stoi(after.getFileName().substr(7)));
 }
 
 TEST(RectMeshDerived, IndexAndSpatialBoxes) {
@@ -156,6 +160,17 @@ TEST(RectMeshDerived, MirrorKeepsNormalsAndFlagsFollowTheirPoints) {
   expectThrows([&] { mesh.mirror(static_cast<QM::CanonicalPlane>(3), Point(), QM::U); },
                "Invalid mirror plane.");
   EXPECT_EQ(Point(2, 1, 0), mesh.getPoint(GridPoint(2, 0)));
+
+  // The start candidates follow the flip: the valid quads move from u ≥ 8 to u < 12.
+  GridMesh half = flatGrid(20, 20);
+  for (int v = 0; v <= 20; ++v)
+    for (int u = 0; u <= 7; ++u)
+      half.setPointValidity(GridPoint(u, v), false);
+  half.setNumberOfSearchPoints(1, 1);
+  half.mirror(QM::X, Point(), QM::U);
+  ASSERT_FALSE(half.getSearchPoints().empty());
+  for (GridPoint const& p : half.getSearchPoints())
+    EXPECT_TRUE(half.getIsQuadValid(p)) << p.getU() << "," << p.getV();
 }
 
 TEST(RectMeshDerived, StatisticsAndAreaHistogram) {

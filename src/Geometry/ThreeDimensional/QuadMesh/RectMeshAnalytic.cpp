@@ -18,10 +18,6 @@ bool isFinitePositive(double x) {
   return std::isfinite(x) && x > 0.0;
 }
 
-bool isFinitePoint(ThreeDimensional::Point const& p) {
-  return std::isfinite(p.getX()) && std::isfinite(p.getY()) && std::isfinite(p.getZ());
-}
-
 /// Truncates a non-negative count to an integer; false for NaN, negatives and counts whose
 /// grid indices would not fit an int.
 bool truncateCount(double x, std::uint32_t& count) {
@@ -73,8 +69,8 @@ bool RectMesh::setAsPlane(TwoDimensional::Vector<double> const& size, double spa
 bool RectMesh::setAsPlane(TwoDimensional::Vector<std::uint32_t> const& extents, double spacing,
                           ThreeDimensional::Point const& origin, Vector const& axisU,
                           Vector const& axisV, QuadValidityGenerator& generator) {
-  if (!isFinitePositive(spacing) || !isFinitePoint(origin) || !axisU.getIsReal() ||
-      !axisV.getIsReal() || extents.getdU() >= quadCountLimit || extents.getdV() >= quadCountLimit)
+  if (!isFinitePositive(spacing) || extents.getdU() >= quadCountLimit ||
+      extents.getdV() >= quadCountLimit)
     return false;
   init(extents);
   int const U = static_cast<int>(extents.getdU());
@@ -179,8 +175,7 @@ bool RectMesh::setAsParaboloid(ThreeDimensional::Point const& apex, Vector const
                                Vector const& axisV, double const& curvatureU,
                                double const& curvatureV, double const& depth, double spacing,
                                std::uint32_t maxMB) {
-  if (!isFinitePoint(apex) || !axisU.getIsReal() || !axisV.getIsReal() ||
-      !isFinitePositive(curvatureU) || !isFinitePositive(curvatureV) || !isFinitePositive(depth) ||
+  if (!isFinitePositive(curvatureU) || !isFinitePositive(curvatureV) || !(depth >= 0.0) ||
       !isFinitePositive(spacing))
     return false;
   // Half-widths at which the height reaches the depth, rounded up to the next whole spacing

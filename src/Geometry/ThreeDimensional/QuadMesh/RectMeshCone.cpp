@@ -45,12 +45,11 @@ bool RectMesh::getEllipseAxisPoints(
                        {0.0, lateralOffset, 0.0, 1.0, axialFactor, &pointV1},
                        {-lateralOffset, 0.0, -1.0, 0.0, axialFactor, &pointU2},
                        {0.0, -lateralOffset, 0.0, -1.0, axialFactor, &pointV2}};
-  // Origins are kept relative to q in double, so they are not rounded to float on the way.
-  Vector const fromQ = position - q;
+  // Origins and hits are points, so both are stored in single precision.
   for (Ray const& ray : rays) {
-    Vector const origin = fromQ + ray.s * directionU + ray.t * directionV;
+    ThreeDimensional::Point const origin = position + ray.s * directionU + ray.t * directionV;
     Vector const direction = ray.alpha * directionU + ray.beta * directionV + ray.gamma * w;
-    *ray.out = q + (origin - direction * (origin.dot(n) / direction.dot(n)));
+    *ray.out = origin - direction * ((origin - q).dot(n) / direction.dot(n));
   }
   return true;
 }

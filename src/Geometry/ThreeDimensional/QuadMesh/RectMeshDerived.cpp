@@ -86,7 +86,7 @@ void RectMesh::getSubSampled(ResampleDataType type, std::uint32_t count, RectMes
   if (type == SampleStep && count == 0)
     throw Exception("Invalid sub-sampling step.");
   if (&target == this) {
-    RectMesh scratch;
+    RectMesh scratch = makeScratch();
     getSubSampled(type, count, scratch);
     target.swapGrid(scratch);
     return;
@@ -119,7 +119,7 @@ void RectMesh::getRestrictedToAABB(TwoDimensional::BoundingBoxAA<int> const& box
   if (d.getdU() < 0 || d.getdV() < 0)
     throw Exception("Invalid restriction box.");
   if (&target == this) {
-    RectMesh scratch;
+    RectMesh scratch = makeScratch();
     getRestrictedToAABB(box, scratch);
     target.swapGrid(scratch);
     return;
@@ -141,7 +141,7 @@ void RectMesh::getRestrictedToAABB(TwoDimensional::BoundingBoxAA<int> const& box
 
 void RectMesh::getRestrictedToAABB(BoundingBoxAA const& box, RectMesh& target) const {
   if (&target == this) {
-    RectMesh scratch;
+    RectMesh scratch = makeScratch();
     getRestrictedToAABB(box, scratch);
     target.swapGrid(scratch);
     return;
@@ -179,7 +179,7 @@ void RectMesh::getRestrictedToAABB(BoundingBoxAA const& box, RectMesh& target) c
 
 void RectMesh::getFlattened(RectMesh& target) const {
   if (&target == this) {
-    RectMesh scratch;
+    RectMesh scratch = makeScratch();
     getFlattened(scratch);
     target.swapGrid(scratch);
     return;
@@ -205,7 +205,7 @@ void RectMesh::getNormalised(double quadSize, Vector const& centre, RectMesh& ta
   if (!std::isfinite(quadSize) || quadSize <= 0.0)
     throw Exception("Invalid normalisation quad size.");
   if (&target == this) {
-    RectMesh scratch;
+    RectMesh scratch = makeScratch();
     getNormalised(quadSize, centre, scratch);
     target.swapGrid(scratch);
     return;
@@ -323,6 +323,10 @@ void RectMesh::flipWinding(CanonicalAxis axis) {
     std::reverse(flagRows.begin(), flagRows.end());
   }
   isSearchReset = true;
+  // The start candidates must be valid quads again; the requested counts stay as they are.
+  std::uint32_t numberU = 0;
+  std::uint32_t numberV = 0;
+  calculateSearchPoints(searchPointBudget, numberU, numberV);
 }
 
 void RectMesh::getQuadAreaDistribution(double min, double max, std::uint32_t bins,
@@ -355,6 +359,12 @@ void RectMesh::getQuadAreaDistribution(double min, double max, std::uint32_t bin
 void RectMesh::finishDerivedGrid(std::uint32_t cellsPerSearchPoint) {
   getMaxMeanMinQuadSize(&maxQuadArea, &meanQuadArea, &minQuadArea);
   calculateSearchPoints(cellsPerSearchPoint, numberOfSearchPointsU, numberOfSearchPointsV);
+}
+
+RectMesh RectMesh::makeScratch() {
+  // The constructor counts the mesh again; the host never sees this one.
+  --creationCount;
+  return RectMesh();
 }
 
 void RectMesh::swapGrid(RectMesh& other) {

@@ -160,10 +160,12 @@ private:
 public:
   // ---- Derived meshes, transforms and quad-area histogram ----
   // A derived mesh is built into target, which is re-initialised first (it keeps its own
-  // settings); this mesh is not changed, and target may be this mesh itself. Points are read
-  // through getPoint and each copied point takes its source's whole flag byte along. The target
-  // receives fresh quad-area statistics and search points (from this mesh's search budget).
-  // Every derived mesh throws what init throws, leaving the target empty.
+  // settings); this mesh is not changed. Target may be this mesh itself (a LinearScaleRectMesh
+  // then stores the scaled points it reported, so its scale applies again when they are read).
+  // Points are read through getPoint and each copied point takes its source's whole flag byte
+  // along. The target receives fresh quad-area statistics and search points (from this mesh's
+  // search budget). Every derived mesh throws what init throws, leaving the target empty; a
+  // mesh derived into itself then stays as it was.
 
   /// How getSubSampled reads its count.
   enum ResampleDataType : std::uint32_t {
@@ -228,8 +230,8 @@ public:
 private:
   /// Reverses the corner order of every quad. U reverses each row ((u, v) ↔ (U − u, v)), V
   /// the order of the rows ((u, v) ↔ (u, V − v)); stored points move with their flag bytes.
-  /// The statistics stay; the next search starts afresh. Other values throw "Invalid scan flip
-  /// axis".
+  /// The statistics stay; the next search starts afresh from a rebuilt lattice of start
+  /// candidates. Other values throw "Invalid scan flip axis".
   void flipWinding(CanonicalAxis axis);
   /// Histogram of the valid quads' areas (as in getMaxMeanMinQuadSize) in bins equal
   /// intervals from min to max: bin = trunc((area − min)·bins / (max − min)), clamped to
@@ -243,6 +245,8 @@ private:
   /// Exchanges grids (points, flags, extents, statistics, search points) with other; both
   /// searches start afresh.
   void swapGrid(RectMesh& other);
+  /// An empty mesh to build a replacement grid in; it takes no number from the default names.
+  static RectMesh makeScratch();
 
 public:
   // ---- Settings and class-wide statics ----
@@ -396,9 +400,9 @@ public:
   // Each builder checks its arguments and the memory estimate (getNumberOfMBs against maxMB)
   // before it touches the mesh, so a false result leaves the previous grid as it was. It then
   // rebuilds the grid, stores its points with setPoint (valid, no region bits), sets the quad
-  // areas and rebuilds the lattice of start candidates. Non-finite or non-positive spacings,
-  // radii, curvatures, depths, angles and lengths are refused (a plane's size may be 0), and
-  // so are grids whose indices would not fit an int. Only init's "Insufficient memory to initialise
+  // areas and rebuilds the lattice of start candidates. A spacing, radius or curvature that is
+  // not finite and positive is refused, and so is a grid whose indices would not fit an int;
+  // each builder names its other refusals. Only init's "Insufficient memory to initialise
   // quad-mesh." is thrown.
 
   /// A rectangle in the plane z = 0 with trunc(size / spacing) quads along each axis, covering
@@ -410,8 +414,8 @@ public:
                   std::uint32_t maxMB);
   /// A parallelogram grid: point (u, v) at origin + spacing·(u·axisU + v·axisV), the axes used
   /// as given (not normalised). A point is valid exactly when the generator accepts one of the
-  /// quads it belongs to (asked once per quad, v-major). Quad areas stay 0. False on a
-  /// non-finite origin or axis, or on extents of 2^31 − 1 or more.
+  /// quads it belongs to (asked once per quad, v-major). Quad areas stay 0. False only for a
+  /// spacing that is not finite and positive or for extents of 2^31 − 1 or more.
   bool setAsPlane(TwoDimensional::Vector<std::uint32_t> const& extents, double spacing,
                   Point const& origin, Vector const& axisU, Vector const& axisV,
                   QuadValidityGenerator& generator);
@@ -419,8 +423,9 @@ public:
   /// steps of 2·asin(spacing / 2r) (chords of length spacing), trunc(arcAngle / step) quads,
   /// with row 0 at the largest angle so that quad normals point away from the axis; columns
   /// are trunc(length / spacing) quads along z, column j at (j − ⌊U/2⌋)/U·length. Quad areas
-  /// are spacing². False when spacing > 2·radius or length < spacing (no column of quads); an
-  /// arc shorter than one step gives a single row.
+  /// are spacing². False when arcAngle or length is not finite and positive, when
+  /// spacing > 2·radius (no chord of that length) or when length < spacing (no column of
+  /// quads); an arc shorter than one step gives a single row.
   bool setAsCylinderArc(double radius, double arcAngle, double length, double spacing,
                         std::uint32_t maxMB);
   /// A cap of the sphere of the given radius about the origin, centred on the pole
@@ -445,8 +450,8 @@ public:
   /// sqrt(2·depth / curvature), where q reaches depth, is enlarged to the next whole multiple
   /// of the spacing beyond it, so U and V are even and the outermost ring of points lies
   /// outside the rim. Only points with q ≤ depth are stored; the others stay invalid. Quad
-  /// areas are measured over the valid quads. False on a non-positive depth or a non-finite
-  /// apex or axis.
+  /// areas are measured over the valid quads. False on a negative or NaN depth; a depth of 0
+  /// leaves only the apex valid.
   bool setAsParaboloid(Point const& apex, Vector const& axisU, Vector const& axisV,
                        double const& curvatureU, double const& curvatureV, double const& depth,
                        double spacing, std::uint32_t maxMB);
