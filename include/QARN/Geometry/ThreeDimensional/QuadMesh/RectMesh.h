@@ -371,8 +371,8 @@ public:
   std::string getShortFileName() const;
   /// Text file of 1024 lines "a f": the centre area of each histogram bin between the stored
   /// smallest and largest quad area, relative to the stored mean, and the fraction of the
-  /// valid quads in that bin. Throws QARN::IOFailure "Quad area distribution file open
-  /// failure." when the file cannot be created.
+  /// binned quads in that bin (0/0, a NaN, when no quad was binned). Throws QARN::IOFailure
+  /// "Quad area distribution file open failure." when the file cannot be created.
   void saveQuadAreaDistribution(std::string const& fileName) const;
   /// The name stored in a .quads header: saved as its first 127 characters, loaded from
   /// version-1 files.
