@@ -348,7 +348,8 @@ public:
   /// is tried first. Any other name throws "Unsupported file extension". Points are written
   /// through getPoint, so a derived mesh writes what it reports. Afterwards the mesh's file
   /// name is fileName as given. Throws QARN::IOFailure "Quad-mesh file open failure." when the
-  /// file cannot be created; a write that fails later leaves a partial file.
+  /// file cannot be created; a write that fails later leaves a partial file. An empty mesh is
+  /// written as a single invalid point (U = V = 0), in both formats.
   void save(char const* fileName);
   /// Wavefront OBJ text: one "v" line per grid point (valid or not, so that the vertex of
   /// (u, v) is number u + (U + 1)·v + 1), then one "f" line per valid quad. Keeps the file
