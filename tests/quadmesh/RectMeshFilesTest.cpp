@@ -8,6 +8,7 @@
 
 #include <gtest/gtest.h>
 
+#include <cmath>
 #include <cstdint>
 #include <cstdlib>
 #include <cstring>
@@ -36,7 +37,9 @@ public:
   using RectMesh::init;
 };
 
-std::string tempPath(std::string const& name) { return QARN::Test::getTestFilePath(name); }
+std::string tempPath(std::string const& name) {
+  return QARN::Test::getTestFilePath(name);
+}
 
 // Appends x little-endian, independently of the library's own field writers.
 template <typename T>
@@ -298,6 +301,12 @@ TEST(RectMeshFiles, QuadAreaDistributionUsesTheStoredStatistics) {
   EXPECT_EQ("0.666992 0.5", lines[0]);
   EXPECT_EQ("0.667643 0", lines[1]);
   EXPECT_EQ("1.33301 0.5", lines[1023]);
+  // Without a quad both columns are 0/0.
+  RectMesh().saveQuadAreaDistribution(tempPath("none.txt"));
+  std::ifstream none(tempPath("none.txt"));
+  std::string area, fraction;
+  none >> area >> fraction;
+  EXPECT_TRUE(std::isnan(std::stod(area)) && std::isnan(std::stod(fraction))) << area << fraction;
   EXPECT_EQ("Quad area distribution file open failure.",
             messageOf([&] { mesh.saveQuadAreaDistribution(tempPath("missing/areas.txt")); }));
 }

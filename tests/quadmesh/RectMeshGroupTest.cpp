@@ -1,11 +1,15 @@
 #include <QARN/Geometry/ThreeDimensional/QuadMesh/RectMeshGroup.h>
-#include <QARN/mtf_list.h>
+#include <QARN/Geometry/ThreeDimensional/QuadMesh/RectMeshGroups.h>
 
-#include "quadmesh/GroupTestMeshes.h"
+#include <common/TempFiles.h>
 
 #include <gtest/gtest.h>
 
-#include <memory>
+#include <array>
+#include <cmath>
+#include <fstream>
+#include <functional>
+#include <string>
 #include <vector>
 
 namespace {
@@ -13,197 +17,251 @@ namespace {
 namespace ThreeD = QARN::Geometry::ThreeDimensional;
 namespace TwoD = QARN::Geometry::TwoDimensional;
 using namespace QARN::Geometry::ThreeDimensional::QuadMesh;
-using GroupTest::makeGrid;
-using GroupTest::QualityModeScope;
+using Status = QuadIndicesIntersectionStatus;
+using Offsets = std::vector<TwoD::Vector<int>>;
+
+/// U × V unit quads, point (u, v) at (u, v, z).
+class GridMesh : public RectMesh {
+public:
+  GridMesh(std::uint32_t U, std::uint32_t V, double z) {
+    init(TwoD::Vector<std::uint32_t>(U, V));
+    for (int v = 0; v <= static_cast<int>(V); ++v)
+      for (int u = 0; u <= static_cast<int>(U); ++u)
+        setPoint({u, v}, ThreeD::Point(u, v, z));
+  }
+};
+
+/// Saves a flat grid and writes the areas (mean, min, max) into its header.
+std::string writeGrid(char const* name, std::uint32_t U, std::uint32_t V, double z,
+                      std::array<double, 3> const& areas) {
+  std::string const path = QARN::Test::getTestFilePath(name);
+  GridMesh(U, V, z).save(path.c_str());
+  std::fstream file(path, std::ios::binary | std::ios::in | std::ios::out);
+  file.seekp(148);
+  file.write(reinterpret_cast<char const*>(areas.data()), sizeof areas);
+  return path;
+}
+
+/// A vertical beam from (x, y, z), downwards when z > 0.
+template <typename Group>
+Status ask(Group& group, double x, double y, double z) {
+  return group.getIntersectionStatus(ThreeD::Point(x, y, z), {0.0, 0.0, z > 0 ? -1.0 : 1.0}, false);
+}
+
+template <typename Group>
+std::string lastName(Group const& group) {
+  return group.getLastIntersectedRectMesh()->getFileName();
+}
 
 TwoD::Point<int> indices(int u, int v) {
   return TwoD::Point<int>(u, v);
 }
 
-TEST(MtfList, MoveToFrontRelinksTheElementItself) {
-  QARN::mtf_list<std::unique_ptr<int>> list;
-  for (int i = 1; i <= 3; ++i)
-    list.push_back(std::make_unique<int>(i));
-  int* third = list.back().get();
-  list.move_to_front(std::prev(list.end()));
-  list.move_to_front(list.begin());
-  std::vector<int> order;
-  for (auto const& item : list)
-    order.push_back(*item);
-  EXPECT_EQ((std::vector<int>{3, 1, 2}), order);
-  EXPECT_EQ(third, list.front().get());
-}
+struct QualityMode {
+  explicit QualityMode(Status::IntersectionQualityMode mode) {
+    Status::setIntersectionQualityMode(mode);
+  }
+  ~QualityMode() { Status::setIntersectionQualityMode(Status::FacingThenNearest); }
+};
 
-// A: z = 0 over 10 x 10 unit quads at offset (0, 0); B: z = 2 over 5 x 10 quads at offset (20, 0),
-// added in that order. A beam down from z = 10 meets B at 8 and A at 10; a beam up from z = -10
-// meets A at 10 and B at 12, both from behind their normals (not facing).
-struct TwoPlanes : ::testing::Test {
-  std::unique_ptr<RectMesh> a = makeGrid(10, 10, 0.0);
-  std::unique_ptr<RectMesh> b = makeGrid(5, 10, 2.0);
+// a: 10 × 10 quads at z = 0, b: 5 × 10 at z = 2, c: 4 × 4 at z = 4. The group holds a at (0, 0)
+// and b at (20, 0); the groups hold that pair and c at (0, 30). A beam down meets b at 8 and a at
+// 10; a beam up from z = -10 meets a at 10 and b at 12, both from behind (a poor hit).
+struct Groups : ::testing::Test {
+  std::string const a = writeGrid("a.quads", 10, 10, 0.0, {1.0, 0.5, 2.0});
+  std::string const b = writeGrid("b.quads", 5, 10, 2.0, {2.0, 0.25, 3.0});
+  std::string const c = writeGrid("c.quads", 4, 4, 4.0, {1.0, 1.0, 1.0});
+  std::vector<std::vector<std::string>> const fileNames{{a, b}, {c}};
+  std::vector<Offsets> const offsets{{{0, 0}, {20, 0}}, {{0, 30}}};
   RectMeshGroup group;
-  ThreeD::Vector const down{0.0, 0.0, -1.0};
-  ThreeD::Vector const up{0.0, 0.0, 1.0};
+  RectMeshGroups groups;
 
   void SetUp() override {
-    b->setOffset(TwoD::Vector<int>(20, 0));
-    group.addQuadMesh(a.get());
-    group.addQuadMesh(b.get());
-  }
-  QuadIndicesIntersectionStatus ask(double x, double y, double z, ThreeD::Vector const& direction) {
-    return group.getIntersectionStatus(ThreeD::Point(x, y, z), direction, false);
+    group.load(fileNames[0], offsets[0]);
+    groups.load(fileNames, offsets);
   }
 };
 
-TEST(RectMeshGroup, EmptyGroupMissesAndHasNoLastMesh) {
-  RectMeshGroup group;
-  EXPECT_FALSE(
-      group.getIntersectionStatus(ThreeD::Point(0, 0, 1), ThreeD::Vector(0.0, 0.0, -1.0), true)
-          .getIsValid());
-  EXPECT_EQ(nullptr, group.getLastIntersectedRectMesh());
-}
-
-TEST_F(TwoPlanes, FacingThenNearestStopsAtTheFrontMemberAfterAGoodHit) {
-  QualityModeScope mode(QuadIndicesIntersectionStatus::FacingThenNearest);
-  QuadIndicesIntersectionStatus s = ask(2.3, 5.6, 10.0, down);
-  ASSERT_TRUE(s.getIsValid());
+TEST_F(Groups, ModeZeroStopsAtTheFrontMemberOnlyAfterAGoodHit) {
+  Status s = ask(group, 2.3, 5.6, 10.0);
   EXPECT_EQ(indices(22, 5), s.getIndices());
-  EXPECT_DOUBLE_EQ(8.0, s.getIntersectionData().getDistanceToObject());
-  EXPECT_EQ(b.get(), group.getLastIntersectedRectMesh());
-
-  // B, now first, still hits (from behind, not good): A, which would win, is not asked.
-  s = ask(2.3, 5.6, -10.0, up);
-  EXPECT_EQ(indices(22, 5), s.getIndices());
-  EXPECT_DOUBLE_EQ(12.0, s.getIntersectionData().getDistanceToObject());
-
-  // That poor answer makes the next query ask every member: the nearer A wins and moves first.
-  s = ask(2.3, 5.6, -10.0, up);
+  EXPECT_EQ("b", lastName(group));
+  // b, now first, hits from behind: a, nearer, is not asked.
+  EXPECT_EQ(12.0, ask(group, 2.3, 5.6, -10.0).getIntersectionData().getDistanceToObject());
+  // That poor hit makes the next query ask every member.
+  s = ask(group, 2.3, 5.6, -10.0);
   EXPECT_EQ(indices(2, 5), s.getIndices());
-  EXPECT_DOUBLE_EQ(10.0, s.getIntersectionData().getDistanceToObject());
-  EXPECT_EQ(a.get(), group.getLastIntersectedRectMesh());
+  EXPECT_EQ("a", lastName(group));
+
+  // One level up: group 0 answers first after its good hit, so c, nearer, is not asked.
+  EXPECT_EQ(indices(21, 5), ask(groups, 1.3, 5.6, 10.0).getIndices());
+  EXPECT_EQ(indices(21, 2), ask(groups, 1.3, 2.6, 10.0).getIndices());
+
+  RectMeshGroup empty;
+  EXPECT_FALSE(ask(empty, 1.0, 1.0, 10.0).getIsValid());
+  EXPECT_EQ(nullptr, empty.getLastIntersectedRectMesh());
+  EXPECT_EQ(nullptr, RectMeshGroups().getLastIntersectedRectMesh());
 }
 
-TEST_F(TwoPlanes, NearestAsksEveryMemberAndTiesKeepTheEarlierOne) {
-  QualityModeScope mode(QuadIndicesIntersectionStatus::Nearest);
-  std::unique_ptr<RectMesh> twin = makeGrid(10, 10, 0.0);
-  twin->setOffset(TwoD::Vector<int>(40, 0));
-  group.addQuadMesh(twin.get());
+TEST_F(Groups, NearestAsksEveryMemberAndTiesKeepTheEarlierOne) {
+  QualityMode mode(Status::Nearest);
+  group.load({a, b, a}, {{0, 0}, {20, 0}, {40, 0}});
+  EXPECT_EQ(indices(22, 5), ask(group, 2.3, 5.6, 10.0).getIndices());
+  EXPECT_EQ(indices(2, 5), ask(group, 2.3, 5.6, -10.0).getIndices()); // not the twin at 40
+  EXPECT_FALSE(ask(group, 50.0, 50.0, 10.0).getIsValid());
+  EXPECT_EQ(TwoD::Vector<int>(0, 0), group.getLastIntersectedRectMesh()->getOffset());
 
-  EXPECT_EQ(indices(22, 5), ask(2.3, 5.6, 10.0, down).getIndices());
-  // B is first and its hit was good, yet A (tied with its twin behind it) is nearer from below.
-  QuadIndicesIntersectionStatus s = ask(2.3, 5.6, -10.0, up);
-  EXPECT_EQ(indices(2, 5), s.getIndices());
-  EXPECT_EQ(a.get(), group.getLastIntersectedRectMesh());
-  // A miss everywhere leaves the order alone.
-  EXPECT_FALSE(ask(50.0, 50.0, 10.0, down).getIsValid());
-  EXPECT_EQ(a.get(), group.getLastIntersectedRectMesh());
+  EXPECT_EQ(indices(1, 32), ask(groups, 1.3, 2.6, 10.0).getIndices());
+  EXPECT_EQ("c", lastName(groups));
 }
 
-TEST(RectMeshGroup, BestAnglePrefersTheSquarerHitOverTheNearerOne) {
-  QualityModeScope mode(QuadIndicesIntersectionStatus::BestAngle);
-  std::unique_ptr<RectMesh> tilted = makeGrid(5, 10, 2.0, 0.5);
-  std::unique_ptr<RectMesh> flat = makeGrid(10, 10, 0.0);
-  RectMeshGroup group;
-  group.addQuadMesh(tilted.get());
-  group.addQuadMesh(flat.get());
-  QuadIndicesIntersectionStatus s =
-      group.getIntersectionStatus(ThreeD::Point(2.3, 5.6, 10.0), {0.0, 0.0, -1.0}, false);
-  EXPECT_EQ(flat.get(), group.getLastIntersectedRectMesh());
-  EXPECT_DOUBLE_EQ(10.0, s.getIntersectionData().getDistanceToObject());
-}
-
-TEST_F(TwoPlanes, SettersAddressMembersInTheirCurrentOrder) {
-  ask(1.3, 5.6, 10.0, down); // B moves first
+TEST_F(Groups, SettersAddressMembersInTheirCurrentOrder) {
+  ask(group, 1.3, 5.6, 10.0); // b first
   group.setDoFlipAxes({true, false}, {false, true});
   group.setDoFlipNormals({true, false});
   group.setActivePositionFlags({0x2u, 0xFFFFFFFFu});
-
   group.setPosition(33); // bit 1: both active
-  QuadIndicesIntersectionStatus s = ask(1.3, 5.6, 10.0, down);
-  EXPECT_EQ(b.get(), group.getLastIntersectedRectMesh());
-  EXPECT_EQ(indices(20 + 3, 5), s.getIndices()); // u flipped in B's 5 quads, then offset
-  EXPECT_DOUBLE_EQ(0.0, s.getIntersectionData().getAngleToObjectNormal()); // normal flipped
+  Status s = ask(group, 1.3, 5.6, 10.0);
+  EXPECT_EQ(indices(23, 5), s.getIndices()); // u flipped in b's 5 quads
+  EXPECT_EQ(0.0, s.getIntersectionData().getAngleToObjectNormal());
+  group.setPosition(0);                                              // b inactive
+  EXPECT_EQ(indices(1, 4), ask(group, 1.3, 5.6, 10.0).getIndices()); // v flipped in a's 10
 
-  group.setPosition(0); // B inactive
-  s = ask(1.3, 5.6, 10.0, down);
-  EXPECT_EQ(a.get(), group.getLastIntersectedRectMesh());
-  EXPECT_EQ(indices(1, 4), s.getIndices()); // v flipped in A's 10 quads
+  ask(groups, 1.3, 2.6, 10.0); // c, nearest, puts group 1 first
+  groups.setDoFlipAxes({{true}, {false, false}}, {{false}, {false, false}});
+  groups.setActivePositionFlags({{0xFFFFFFFFu}, {0x1u, 0xFFFFFFFFu}});
+  groups.setPosition(1);                                               // b inactive
+  EXPECT_EQ(indices(2, 32), ask(groups, 1.3, 2.6, 10.0).getIndices()); // c's u flipped
+  EXPECT_EQ(indices(1, 5), ask(groups, 1.3, 5.6, 10.0).getIndices());
+  // Group 0 is first now: group 1 moves 10 down, behind a.
+  ThreeD::LinearMap const identity({1, 0, 0}, {0, 1, 0}, {0, 0, 1});
+  groups.transform({ThreeD::Point(), ThreeD::Point()},
+                   {ThreeD::AffineMap(identity, {}), ThreeD::AffineMap(identity, {0, 0, -10})});
+  QualityMode mode(Status::Nearest);
+  EXPECT_EQ(indices(1, 2), ask(groups, 1.3, 2.6, 10.0).getIndices());
 }
 
-TEST_F(TwoPlanes, UVBoundingBoxIsTheUnionWithTheOrigin) {
-  a->setOffset(TwoD::Vector<int>(-3, 2));
-  TwoD::BoundingBoxAA<int> box = group.getUVBoundingBox();
-  EXPECT_EQ(indices(-3, 0), box.getp());
-  EXPECT_EQ(indices(25, 12), box.getp1());
-
-  RectMeshGroup far;
-  far.addQuadMesh(b.get());
-  b->setOffset(TwoD::Vector<int>(20, 5));
-  EXPECT_EQ(indices(0, 0), far.getUVBoundingBox().getp());
-  EXPECT_EQ(indices(25, 15), far.getUVBoundingBox().getp1());
+TEST_F(Groups, BoxesFromMeshesAndHeadersHoldTheOrigin) {
+  EXPECT_EQ(indices(25, 34), groups.getUVBoundingBox().getp1());
+  EXPECT_EQ(indices(25, 34), RectMeshGroups::getUVBoundingBox(fileNames, offsets).getp1());
+  EXPECT_EQ(TwoD::Vector<std::uint32_t>(25, 34), groups.getExtents());
+  // No member covers (0, 0) or row 0, yet the union starts from the default box.
+  Offsets const shifted{{-3, 2}, {20, 5}};
+  group.load(fileNames[0], shifted);
+  for (auto const& box :
+       {group.getUVBoundingBox(), RectMeshGroup::getUVBoundingBox(fileNames[0], shifted)}) {
+    EXPECT_EQ(indices(-3, 0), box.getp());
+    EXPECT_EQ(indices(25, 15), box.getp1());
+  }
 }
 
-TEST_F(TwoPlanes, SizeMismatchesThrowTheirTextsAndChangeNothing) {
-  using GroupTest::expectThrowsMessage;
-  expectThrowsMessage([&] { group.setDoFlipNormals({true}); },
-                      "Geometry::ThreeDimensional::QuadMesh::setDoFlipNormals::load: number of "
-                      "doFlipNormals and quad meshes mismatch.");
-  expectThrowsMessage(
-      [&] {
-        group.setActivePositionFlags({0u, 0u, 0u});
-      },
-      "Geometry::ThreeDimensional::QuadMesh::setActivePositionFlags::load: number "
-      "of activePositionFlags and quad meshes mismatch.");
-  char const* flipAxes = "Geometry::ThreeDimensional::QuadMesh::setDoFlipAxes::load: number of "
-                         "doFlipUAxes or doFlipVAxes and quad meshes mismatch.";
-  expectThrowsMessage([&] { group.setDoFlipAxes({true, true}, {true}); }, flipAxes);
-  expectThrowsMessage([&] { group.setDoFlipAxes({true}, {true, true}); }, flipAxes);
-  expectThrowsMessage(
-      [&] {
-        group.load({"x.quads", "y.quads", "z.quads"}, {{}, {}});
-      },
-      "Geometry::ThreeDimensional::QuadMesh::RectMeshGroup::load: number of "
-      "fileNames and offsets mismatch.");
-  expectThrowsMessage([&] { RectMeshGroup::getUVBoundingBox({"x.quads"}, {}); },
-                      "Geometry::ThreeDimensional::QuadMesh::RectMeshGroup::getUVBoundingBox: "
-                      "number of fileNames and offsets mismatch.");
-
-  QuadIndicesIntersectionStatus s = ask(1.3, 5.6, 10.0, down);
-  EXPECT_EQ(indices(21, 5), s.getIndices()); // nothing flipped, both members still there
-  EXPECT_EQ(b.get(), group.getLastIntersectedRectMesh());
+TEST_F(Groups, QuadAreaInfosFromHeaders) {
+  double min = 0, mean = 0, max = 0, total = 0;
+  EXPECT_TRUE(RectMeshGroups::getQuadAreaInfos(fileNames, min, mean, max, total));
+  EXPECT_EQ(0.25, min);
+  EXPECT_EQ(3.0, max);
+  EXPECT_EQ(100.0 * 1.0 + 50.0 * 2.0 + 16.0 * 1.0, total);
+  EXPECT_EQ(total / 166.0, mean);
+  EXPECT_FALSE(RectMeshGroups::getQuadAreaInfos({}, min, mean, max, total));
+  EXPECT_TRUE(RectMeshGroups::getQuadAreaInfos({{}}, min, mean, max, total));
+  EXPECT_FALSE(std::isfinite(mean));
 }
 
-TEST_F(TwoPlanes, AssignmentCopiesDeeplyInTheCurrentOrder) {
-  ask(1.3, 5.6, 10.0, down); // B moves first
-  RectMeshGroup copy;
-  copy = group;
-  RectMesh* first = copy.getLastIntersectedRectMesh();
-  ASSERT_NE(nullptr, first);
-  EXPECT_NE(b.get(), first);
-  EXPECT_EQ(5u, first->getExtents().getdU());
+TEST_F(Groups, RefusedCallsThrowTheirTextsBeforeChangingAnything) {
+  auto const refuses = [](std::string const& message, std::function<void()> const& call) {
+    try {
+      call();
+      ADD_FAILURE() << "no exception: " << message;
+    } catch (std::exception const& e) {
+      EXPECT_EQ(message, e.what());
+    }
+  };
+  std::string const q = "Geometry::ThreeDimensional::QuadMesh::";
+  std::string const load = q + "RectMeshGroup::load: number of fileNames and offsets mismatch.";
+  std::string const flipNormals =
+      q + "setDoFlipNormals::load: number of doFlipNormals and quad meshes mismatch.";
+  std::string const activeFlags =
+      q + "setActivePositionFlags::load: number of activePositionFlags and quad meshes mismatch.";
+  std::string const flipAxes =
+      q + "setDoFlipAxes::load: number of doFlipUAxes or doFlipVAxes and quad meshes mismatch.";
+  std::string const groupsFlipAxes = q + "RectMeshGroup::setDoFlipAxes: groupDoFlipUAxes or "
+                                         "groupDoFlipVAxes size mismatch.";
+  Status const before = ask(groups, 1.3, 5.6, 10.0);
 
-  // The copies are plain meshes with a fresh offset, and independent of the source's meshes.
-  b->clear();
-  a->clear();
-  EXPECT_EQ(indices(1, 5),
-            copy.getIntersectionStatus(ThreeD::Point(1.3, 5.6, 10.0), down, false).getIndices());
+  refuses(load, [&] { group.load({a, b, c}, offsets[0]); });
+  refuses(flipNormals, [&] { group.setDoFlipNormals({true}); });
+  refuses(activeFlags, [&] { group.setActivePositionFlags({0u, 0u, 0u}); });
+  refuses(flipAxes, [&] { group.setDoFlipAxes({true, true}, {true}); });
+  refuses(flipAxes, [&] { group.setDoFlipAxes({true}, {true, true}); });
+  refuses(q + "RectMeshGroup::getUVBoundingBox: number of fileNames and offsets mismatch.",
+          [&] { RectMeshGroup::getUVBoundingBox({a}, {}); });
+  refuses(q + "RectMeshGroups::load: number of groupFileNames and groupOffsets mismatch.",
+          [&] { groups.load(fileNames, {}); });
+  refuses(load, [&] { groups.load({{a}, {a, b}}, {{{0, 0}}, {{0, 0}}}); });
+  refuses(q + "RectMeshGroup::transform: groupOrigins size mismatch.",
+          [&] { groups.transform({ThreeD::Point()}, {}); });
+  refuses(q + "RectMeshGroup::transform: groupMaps size mismatch.", [&] {
+    groups.transform({ThreeD::Point(), ThreeD::Point()}, {});
+  });
+  refuses(q + "RectMeshGroup::setDoFlipNormals: groupDoFlipNormals size mismatch.", [&] {
+    groups.setDoFlipNormals({{true, true}});
+  });
+  refuses(q + "RectMeshGroup::setActivePositionFlags: groupPositionActiveFlags size mismatch.",
+          [&] { groups.setActivePositionFlags({}); });
+  refuses(groupsFlipAxes, [&] { groups.setDoFlipAxes({{}, {}}, {{}}); });
+  refuses(groupsFlipAxes, [&] { groups.setDoFlipAxes({{}}, {{}, {}}); });
+  refuses(q + "RectMeshGroups::getUVBoundingBox: number of groupFileNames and groupOffsets "
+              "mismatch.",
+          [&] { RectMeshGroups::getUVBoundingBox({{a}}, {}); });
+  // Group 0 accepts these, group 1 (one mesh) refuses them: group 0 must stay unchanged.
+  std::vector<std::vector<bool>> const two{{true, true}, {true, true}};
+  refuses(flipNormals, [&] { groups.setDoFlipNormals(two); });
+  refuses(activeFlags, [&] { groups.setActivePositionFlags({{0u, 0u}, {0u, 0u}}); });
+  refuses(flipAxes, [&] { groups.setDoFlipAxes(two, two); });
 
-  RectMeshGroup const& same = copy;
-  copy = same;
-  EXPECT_EQ(first, copy.getLastIntersectedRectMesh());
+  EXPECT_EQ(indices(21, 5), ask(group, 1.3, 5.6, 10.0).getIndices());
+  Status const after = ask(groups, 1.3, 5.6, 10.0);
+  EXPECT_EQ(before.getIndices(), after.getIndices());
+  EXPECT_EQ(before.getIntersectionData().getAngleToObjectNormal(),
+            after.getIntersectionData().getAngleToObjectNormal());
+  EXPECT_EQ(indices(25, 34), groups.getUVBoundingBox().getp1()); // c still there
 }
 
-TEST_F(TwoPlanes, CopyConstructionSharesBorrowedMeshesAndCopiesOwnedOnes) {
-  RectMeshGroup borrowed(group);
-  EXPECT_EQ(a.get(), borrowed.getLastIntersectedRectMesh());
+TEST_F(Groups, CopiesOutliveTheirSources) {
+  ask(group, 1.3, 5.6, 10.0); // b first
+  GridMesh borrowed(1, 1, 0.0);
+  RectMeshGroup withBorrowed;
+  withBorrowed.addQuadMesh(&borrowed);
+  EXPECT_EQ(&borrowed, RectMeshGroup(withBorrowed).getLastIntersectedRectMesh());
 
-  auto owning = std::make_unique<RectMeshGroup>();
-  *owning = group;
-  owning->getLastIntersectedRectMesh()->setOffset(TwoD::Vector<int>(7, 0));
-  RectMeshGroup copy(*owning);
-  EXPECT_NE(owning->getLastIntersectedRectMesh(), copy.getLastIntersectedRectMesh());
-  owning.reset();
-  EXPECT_EQ(indices(8, 5),
-            copy.getIntersectionStatus(ThreeD::Point(1.3, 5.6, -10.0), up, false).getIndices());
+  RectMeshGroup copied(group);
+  RectMeshGroup assigned;
+  assigned = group;
+  RectMeshGroup const& same = assigned;
+  RectMesh* const front = assigned.getLastIntersectedRectMesh();
+  assigned = same;
+  EXPECT_EQ(front, assigned.getLastIntersectedRectMesh());
+  RectMeshGroups copiedGroups(groups);
+  RectMeshGroups assignedGroups;
+  assignedGroups = groups;
+  group = RectMeshGroup();
+  groups = RectMeshGroups();
+
+  EXPECT_EQ("b", lastName(assigned)); // current order, fresh offsets
+  EXPECT_EQ(indices(1, 5), ask(assigned, 1.3, 5.6, 10.0).getIndices());
+  EXPECT_EQ(indices(21, 5), ask(copied, 1.3, 5.6, 10.0).getIndices()); // offsets kept
+  EXPECT_EQ(indices(1, 5), ask(assignedGroups, 1.3, 5.6, 10.0).getIndices());
+  EXPECT_EQ(indices(21, 5), ask(copiedGroups, 1.3, 5.6, 10.0).getIndices());
+}
+
+TEST_F(Groups, AFailedFileKeepsTheMeshesLoadedBeforeIt) {
+  EXPECT_THROW(group.load({a, a + ".missing"}, {{5, 6}, {0, 0}}), std::ios_base::failure);
+  EXPECT_EQ(indices(15, 16), group.getUVBoundingBox().getp1());
+  group.clear(); // deletes the owned mesh
+  EXPECT_EQ(nullptr, group.getLastIntersectedRectMesh());
+  EXPECT_THROW(groups.load({{c}, {a, a + ".missing"}}, {{{0, 0}}, {{0, 0}, {0, 0}}}),
+               std::ios_base::failure);
+  EXPECT_EQ(indices(4, 4), groups.getUVBoundingBox().getp1());
 }
 
 } // namespace

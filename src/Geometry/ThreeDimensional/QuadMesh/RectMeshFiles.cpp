@@ -499,9 +499,7 @@ void RectMesh::saveQuadAreaDistribution(std::string const& fileName) const {
     throw IOFailure("Quad area distribution file open failure.");
   for (std::uint32_t i = 0; i < bins; ++i) {
     double const centre = (i + 0.5) / bins * (maxQuadArea - minQuadArea) + minQuadArea;
-    // With no quad binned every fraction is 0 rather than 0/0.
-    double const fraction = total > 0 ? double(counts[i]) / total : 0.0;
-    out << centre / meanQuadArea << " " << fraction << "\n";
+    out << centre / meanQuadArea << " " << double(counts[i]) / double(total) << "\n";
   }
 }
 

@@ -352,7 +352,8 @@ public:
   /// is tried first. Any other name throws "Unsupported file extension". Points are written
   /// through getPoint, so a derived mesh writes what it reports. Afterwards the mesh's file
   /// name is fileName as given. Throws QARN::IOFailure "Quad-mesh file open failure." when the
-  /// file cannot be created; a write that fails later leaves a partial file.
+  /// file cannot be created; a write that fails later leaves a partial file. An empty mesh is
+  /// written as a single invalid point (U = V = 0), in both formats.
   void save(char const* fileName);
   /// Wavefront OBJ text: one "v" line per grid point (valid or not, so that the vertex of
   /// (u, v) is number u + (U + 1)·v + 1), then one "f" line per valid quad. Keeps the file
@@ -375,8 +376,8 @@ public:
   std::string getShortFileName() const;
   /// Text file of 1024 lines "a f": the centre area of each histogram bin between the stored
   /// smallest and largest quad area, relative to the stored mean, and the fraction of the
-  /// valid quads in that bin. Throws QARN::IOFailure "Quad area distribution file open
-  /// failure." when the file cannot be created.
+  /// binned quads in that bin (0/0, a NaN, when no quad was binned). Throws QARN::IOFailure
+  /// "Quad area distribution file open failure." when the file cannot be created.
   void saveQuadAreaDistribution(std::string const& fileName) const;
   /// The name stored in a .quads header: saved as its first 127 characters, loaded from
   /// version-1 files.

@@ -24,7 +24,9 @@ namespace QARN::Geometry::ThreeDimensional::QuadMesh {
 /// Every per-member setter addresses members in this current order, not in load order.
 ///
 /// Ownership: meshes created by `load` or by copying belong to the group and are deleted with it
-/// (or by `load`, `clear` and assignment); meshes given to `addQuadMesh` stay the caller's.
+/// (or by `load`, `clear` and assignment); meshes given to `addQuadMesh` stay the caller's. The
+/// group never leaks: `clear` deletes the owned meshes too, and a mesh whose file fails to load is
+/// freed before the exception leaves `load`.
 ///
 /// Copies:
 /// - Assignment (`operator=`, `set`) is deep: every member of the source, in its current order,
@@ -36,7 +38,8 @@ namespace QARN::Geometry::ThreeDimensional::QuadMesh {
 /// - The copy constructor keeps the source's order and last-hit flag and shares the meshes the
 ///   source does not own. A mesh the source owns is not shared (both groups would delete it) but
 ///   copied as by assignment and then given the source mesh's offset, so the copy answers in the
-///   source's (u, v) frame and outlives the source safely.
+///   source's (u, v) frame and outlives the source safely. Its other settings are a fresh mesh's,
+///   as under assignment (all positions active, position 0) until the group's setters change them.
 class RectMeshGroup {
 public:
   RectMeshGroup() = default;
@@ -48,12 +51,13 @@ public:
 
   /// Replaces the members by the meshes of the files, the i-th placed at offsets[i]. The sizes are
   /// checked before anything changes. A file that fails to load throws; the group then holds the
-  /// meshes loaded before it.
+  /// meshes loaded before it, and the mesh of the failed file is freed.
   void load(std::vector<std::string> const& fileNames,
             std::vector<TwoDimensional::Vector<int>> const& offsets);
   /// Appends a mesh that stays the caller's.
   void addQuadMesh(RectMesh* quadMesh);
-  /// Forgets every member; meshes the group owns are deleted, the caller's are left alone.
+  /// Forgets every member. Meshes the group owns are deleted (so that they cannot leak), the
+  /// caller's are left alone.
   void clear();
 
   /// `RectMesh::transform(origin, map)` on every member.

@@ -25,8 +25,9 @@ namespace QARN::Geometry::ThreeDimensional::QuadMesh {
 /// changes anything, so a refused call leaves all groups as they were.
 ///
 /// Copies: assignment (`operator=`, `set`) gives new groups assigned from the source's groups
-/// (deep, see `RectMeshGroup`); self-assignment does nothing. The copy constructor copies each
-/// group with `RectMeshGroup`'s copy constructor, keeping the order and the last-hit flags.
+/// (deep, see `RectMeshGroup`); self-assignment does nothing. The copy constructor gives new groups
+/// made by `RectMeshGroup`'s copy constructor (owned meshes copied, borrowed ones shared), keeping
+/// the order and the last-hit flags, so the copy may outlive its source.
 class RectMeshGroups {
 public:
   RectMeshGroups() = default;
@@ -37,7 +38,8 @@ public:
   void set(RectMeshGroups const& source);
 
   /// Replaces the groups: group i loads groupFileNames[i] at groupOffsets[i]. A file that fails to
-  /// load throws; the groups loaded before it stay.
+  /// load throws; the groups loaded before it stay, and the group being loaded is freed with the
+  /// meshes it had read.
   void load(std::vector<std::vector<std::string>> const& groupFileNames,
             std::vector<std::vector<TwoDimensional::Vector<int>>> const& groupOffsets);
 
