@@ -44,7 +44,7 @@ void SparseMatrix::setNumberOfRows(std::uint32_t rows) {
 SparseMatrix::Row& SparseMatrix::makeRoom(std::uint32_t r) {
   Row& row = rowTable[r];
   if (row.capacity == 0) {
-    // A wrapped-around approximate size (from + of two huge ones) still gives a usable row.
+    // A wrapped-around approximate size (from + or - of two huge ones) still gives a usable row.
     std::uint32_t const capacity = std::max<std::uint32_t>(approxNonZeroElementsPerRow, 1);
     row.values.reset(new double[capacity]);
     row.indices.reset(new std::uint32_t[capacity]);
@@ -140,8 +140,10 @@ SparseMatrix SparseMatrix::merge(SparseMatrix const& B, double scaleB) const {
     throw new SparseMatrixUnsupportedSSE2Function;
   if (B.numberOfRows != numberOfRows || B.numberOfColumns != numberOfColumns)
     throw new SparseMatrixInvalidDimensionsException;
-  SparseMatrix result(numberOfRows, numberOfColumns,
-                      approxNonZeroElementsPerRow + B.approxNonZeroElementsPerRow, Zero);
+  // The approximate row size is the sum, which wraps modulo 2^32; a wrapped 0 is not refused
+  // like a 0 given to the constructor, since makeRoom still gives such rows one entry.
+  SparseMatrix result(numberOfRows, numberOfColumns, 1, Zero);
+  result.approxNonZeroElementsPerRow = approxNonZeroElementsPerRow + B.approxNonZeroElementsPerRow;
   for (std::uint32_t r = 0; r < numberOfRows; ++r) {
     Row const& a = rowTable[r];
     Row const& b = B.rowTable[r];

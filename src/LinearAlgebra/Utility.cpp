@@ -23,12 +23,11 @@ bool Utility::solve(SparseMatrix const& A, Vector& x, Vector const& b, std::uint
                     ProgressListener* listener, ProgressTerminator*) {
   if (listener != nullptr)
     listener->setStatusText("Solving linear system...");
+  // The shape checks of A·x, b − A·x and, once an iteration starts, A·p (p has b's length).
   if (A.getNumberOfColumns() != x.getNumberOfValues())
     throw new SparseMatrix::SparseMatrixInvalidDimensionsException;
   if (A.getNumberOfRows() != b.getNumberOfValues())
     throw new Vector::VectorInvalidDimensionsException;
-  if (A.getNumberOfRows() != A.getNumberOfColumns())
-    throw new SparseMatrix::SparseMatrixInvalidDimensionsException;
 
   std::uint32_t const n = b.getNumberOfValues();
   Vector rVector(n);
@@ -47,6 +46,8 @@ bool Utility::solve(SparseMatrix const& A, Vector& x, Vector const& b, std::uint
     rr += r[i] * r[i];
   }
   double res = std::sqrt(rr);
+  if (res > tolerance && A.getNumberOfRows() != A.getNumberOfColumns())
+    throw new SparseMatrix::SparseMatrixInvalidDimensionsException;
   double rrPrev = 0.0;
   std::uint32_t k = 0;
 

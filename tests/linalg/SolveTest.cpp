@@ -144,15 +144,27 @@ TEST(Solve, SingularAndNonSymmetricSystemsFail) {
   EXPECT_TRUE(std::isfinite(x.get(0)));
 }
 
-TEST(Solve, ShapeMismatchesThrowPointers) {
+TEST(Solve, ShapesAreCheckedWhereTheProductsNeedThem) {
   using MatrixError = SparseMatrix::SparseMatrixInvalidDimensionsException;
   SparseMatrix const rectangular(4, 2, 2, SparseMatrix::Zero);
   SparseMatrix const square(2, 2, 2, SparseMatrix::Identity);
   Vector x2(2), x3(3), b4(4);
+  // A start that already meets the tolerance needs no A·p, rectangular or not.
+  std::uint32_t k = 7;
+  EXPECT_TRUE(Utility::solve(rectangular, x2, b4, &k, nullptr, nullptr));
+  EXPECT_EQ(0u, k);
+  b4.set(3, 1.0);
+  x2.set(0, 5.0);
+  Recorder recorder;
   EXPECT_TRUE(throwsPointer<MatrixError>(
-      [&] { Utility::solve(rectangular, x2, b4, nullptr, nullptr, nullptr); }));
+      [&] { Utility::solve(rectangular, x2, b4, &k, &recorder, nullptr); }));
+  EXPECT_EQ(1u, recorder.texts.size());
+  EXPECT_TRUE(recorder.names.empty());
+  EXPECT_EQ(0u, k);
+  EXPECT_EQ(5.0, x2.get(0));
+  // A·x is formed before b − A·x.
   EXPECT_TRUE(throwsPointer<MatrixError>(
-      [&] { Utility::solve(square, x3, x2, nullptr, nullptr, nullptr); }));
+      [&] { Utility::solve(square, x3, x3, nullptr, nullptr, nullptr); }));
   EXPECT_TRUE(throwsPointer<Vector::VectorInvalidDimensionsException>(
       [&] { Utility::solve(square, x2, x3, nullptr, nullptr, nullptr); }));
 }

@@ -14,6 +14,7 @@ using DimensionError = SparseMatrix::SparseMatrixInvalidDimensionsException;
 struct Probe : SparseMatrix {
   using SparseMatrix::SparseMatrix;
   explicit Probe(SparseMatrix const& A) : SparseMatrix(A) {}
+  using SparseMatrix::getApproxNonZeroElementsPerRow;
   using SparseMatrix::getNumberOfRowValues;
   using SparseMatrix::getRowCapacity;
 };
@@ -91,6 +92,13 @@ TEST(SparseMatrix, SumsTransposeAndScalingKeepThePattern) {
   SparseMatrix i(2, 3, 2, SparseMatrix::Zero);
   i.set(1, 1, 1.0);
   EXPECT_EQ(2u, Probe(a + (-1.0 * a)).getNumberOfRowValues(1));
+  EXPECT_EQ(4u, Probe(a - i).getApproxNonZeroElementsPerRow());
+  // Row sizes summing to 2^32 wrap to 0, which still gives rows room for one entry.
+  SparseMatrix const huge(1, 2, 0x80000000u, SparseMatrix::Zero);
+  Probe wrapped(huge + huge);
+  wrapped.set(0, 1, 3.0);
+  EXPECT_EQ(0u, wrapped.getApproxNonZeroElementsPerRow());
+  EXPECT_EQ(1u, wrapped.getRowCapacity(0));
   EXPECT_EQ(-2.0, (a - i).get(1, 1));
   EXPECT_EQ(-4.0, (i - a).get(0, 2));
   Probe t(a.transpose());

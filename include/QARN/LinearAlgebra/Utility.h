@@ -22,9 +22,13 @@ public:
   /// iterations (nullable) receives the number of iterations. The listener (nullable) gets
   /// "Solving linear system..." once, then "Residual L2 norm" after every iteration. The
   /// terminator is accepted and never consulted.
-  /// Throws SparseMatrix::SparseMatrixInvalidDimensionsException* when A is not square or its
-  /// column count differs from x's length, and Vector::VectorInvalidDimensionsException* when
-  /// its row count differs from b's length.
+  /// Shapes are checked where the iteration's products need them, after the status text:
+  /// SparseMatrix::SparseMatrixInvalidDimensionsException* when A's column count differs from
+  /// x's length, then Vector::VectorInvalidDimensionsException* when its row count differs from
+  /// b's length. A rectangular A (there is no least-squares mode) is refused with
+  /// SparseMatrixInvalidDimensionsException* when the first iteration would form A·p, so a
+  /// starting x whose residual b − A·x already meets the tolerance still gives true after zero
+  /// iterations. x and *iterations are unchanged when an exception leaves.
   static bool solve(SparseMatrix const& A, Vector& x, Vector const& b, std::uint32_t* iterations,
                     ProgressListener* listener, ProgressTerminator* terminator);
 

@@ -2,10 +2,6 @@
 
 namespace QARN::Geometry::ThreeDimensional {
 
-Point BoundingBoxAA::getp1() const {
-  return p + d;
-}
-
 void BoundingBoxAA::expand(BoundingBoxAA const& b) {
   Point q1 = getp1();
   q1.setMax(b.getp1());

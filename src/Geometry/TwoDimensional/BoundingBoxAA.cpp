@@ -3,22 +3,6 @@
 namespace QARN::Geometry::TwoDimensional {
 
 template <typename T>
-void BoundingBoxAA<T>::set(Point<T> const& q, Vector<T> const& w) {
-  p = q;
-  d = w;
-}
-
-template <typename T>
-void BoundingBoxAA<T>::setp(Point<T> const& q) {
-  p = q;
-}
-
-template <typename T>
-Point<T> BoundingBoxAA<T>::getp1() const {
-  return p + d;
-}
-
-template <typename T>
 bool BoundingBoxAA<T>::isInside(Point<T> const& q) const {
   Point<T> const p1 = getp1();
   return p.getU() <= q.getU() && q.getU() < p1.getU() && p.getV() <= q.getV() &&

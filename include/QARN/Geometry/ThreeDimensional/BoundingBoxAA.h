@@ -23,7 +23,7 @@ public:
     d = w;
   }
   /// The far corner p + d.
-  Point getp1() const;
+  Point getp1() const { return p + d; }
 
   /// Grows to the smallest box holding both. Not neutral for a default box: the result then
   /// always holds the origin.

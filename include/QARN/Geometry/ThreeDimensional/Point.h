@@ -17,9 +17,10 @@ class Plane;
 class Point : public BinarySpacePartition::Object {
 public:
   Point() = default;
-  Point(double x, double y, double z);
+  Point(double px, double py, double pz)
+      : x(static_cast<float>(px)), y(static_cast<float>(py)), z(static_cast<float>(pz)) {}
   /// (a[0], a[1], a[2]).
-  explicit Point(double const* a);
+  explicit Point(double const* a) : Point(a[0], a[1], a[2]) {}
   Point(Point const&) = default;
   ~Point() override = default;
   Point& operator=(Point const&) = default;
@@ -28,21 +29,59 @@ public:
   float getY() const { return y; }
   float getZ() const { return z; }
   /// Coordinate i mod 3.
-  float get(std::uint32_t i) const;
+  float get(std::uint32_t i) const {
+    switch (i % 3) {
+    case 0:
+      return x;
+    case 1:
+      return y;
+    default:
+      return z;
+    }
+  }
   /// Sets coordinate i mod 3.
-  void seti(std::uint32_t i, double value);
-  void set(double x, double y, double z);
-  void set(Point const& q);
+  void seti(std::uint32_t i, double value) {
+    float const f = static_cast<float>(value);
+    switch (i % 3) {
+    case 0:
+      x = f;
+      break;
+    case 1:
+      y = f;
+      break;
+    default:
+      z = f;
+    }
+  }
+  void set(double px, double py, double pz) { *this = Point(px, py, pz); }
+  void set(Point const& q) { *this = q; }
   /// Per coordinate, takes q's value when it is smaller; a NaN never wins.
-  void setMin(Point const& q);
+  void setMin(Point const& q) {
+    if (q.x < x)
+      x = q.x;
+    if (q.y < y)
+      y = q.y;
+    if (q.z < z)
+      z = q.z;
+  }
   /// Per coordinate, takes q's value when it is larger; a NaN never wins.
-  void setMax(Point const& q);
+  void setMax(Point const& q) {
+    if (q.x > x)
+      x = q.x;
+    if (q.y > y)
+      y = q.y;
+    if (q.z > z)
+      z = q.z;
+  }
   /// Squared distance, rounded as the stored data is: each squared difference (difference in
   /// double) is rounded to float, the first two are summed in float, the third is added in
-  /// double.
-  double dSqr(Point const& q) const;
+  /// double. (The roundings to float leave no multiply-add to fuse, so it may inline anywhere.)
+  double dSqr(Point const& q) const {
+    float const xy = sqr(double(x) - double(q.x)) + sqr(double(y) - double(q.y));
+    return double(xy) + double(sqr(double(z) - double(q.z)));
+  }
   /// x, y and z all exactly 0.
-  bool getIsNull() const;
+  bool getIsNull() const { return x == 0.0f && y == 0.0f && z == 0.0f; }
 
   /// (this − P.p)·P.N ≥ 0: a point on the plane is above.
   bool getIsAbove(Plane const& P) const override;
@@ -56,17 +95,23 @@ public:
   BoundingBoxAA getBoundingBox() const override;
 
   /// This minus q, in double.
-  Vector operator-(Point const& q) const;
-  Point operator+(Vector const& w) const;
-  Point operator-(Vector const& w) const;
-  Point& operator+=(Vector const& w);
-  Point& operator-=(Vector const& w);
+  Vector operator-(Point const& q) const {
+    return Vector(double(x) - double(q.x), double(y) - double(q.y), double(z) - double(q.z));
+  }
+  Point operator+(Vector const& w) const {
+    return Point(x + w.getdX(), y + w.getdY(), z + w.getdZ());
+  }
+  Point operator-(Vector const& w) const {
+    return Point(x - w.getdX(), y - w.getdY(), z - w.getdZ());
+  }
+  Point& operator+=(Vector const& w) { return *this = *this + w; }
+  Point& operator-=(Vector const& w) { return *this = *this - w; }
   /// The stored floats compared exactly.
-  bool operator==(Point const& q) const;
-  bool operator!=(Point const& q) const;
+  bool operator==(Point const& q) const { return x == q.x && y == q.y && z == q.z; }
+  bool operator!=(Point const& q) const { return !(*this == q); }
 
 private:
-  static float sqr(double x);
+  static float sqr(double v) { return static_cast<float>(v * v); }
 
   float x = 0.0f;
   float y = 0.0f;

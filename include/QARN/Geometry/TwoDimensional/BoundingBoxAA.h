@@ -21,10 +21,13 @@ public:
 
   Point<T> const& getp() const { return p; }
   Vector<T> const& getd() const { return d; }
-  void set(Point<T> const& p, Vector<T> const& d);
-  void setp(Point<T> const& p);
+  void set(Point<T> const& q, Vector<T> const& w) {
+    p = q;
+    d = w;
+  }
+  void setp(Point<T> const& q) { p = q; }
   /// The far corner p + d (outside the box).
-  Point<T> getp1() const;
+  Point<T> getp1() const { return p + d; }
 
   bool isInside(Point<T> const& q) const;
   /// Grows to the smallest box holding both. Not neutral for a default box: the result then
