@@ -22,6 +22,14 @@ double Point::getMinMaxDistance(Plane const& P) const {
   return std::fabs((*this - P.getp()).dot(P.getN())) / std::sqrt(P.getN().dot(P.getN()));
 }
 
+Point Point::operator+(Vector const& w) const {
+  return Point(x + w.getdX(), y + w.getdY(), z + w.getdZ());
+}
+
+Point Point::operator-(Vector const& w) const {
+  return Point(x - w.getdX(), y - w.getdY(), z - w.getdZ());
+}
+
 BoundingBoxAA Point::getBoundingBox() const {
   return BoundingBoxAA(*this, Vector());
 }

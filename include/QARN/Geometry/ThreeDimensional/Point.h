@@ -98,12 +98,11 @@ public:
   Vector operator-(Point const& q) const {
     return Vector(double(x) - double(q.x), double(y) - double(q.y), double(z) - double(q.z));
   }
-  Point operator+(Vector const& w) const {
-    return Point(x + w.getdX(), y + w.getdY(), z + w.getdZ());
-  }
-  Point operator-(Vector const& w) const {
-    return Point(x - w.getdX(), y - w.getdY(), z - w.getdZ());
-  }
+  /// The sum in double, rounded to float when stored. Out of line on purpose: g++ 12's
+  /// vectoriser can drop the rounding between two inlined steps, which would make a point
+  /// depend on the optimisation level of the code that computes it.
+  Point operator+(Vector const& w) const;
+  Point operator-(Vector const& w) const;
   Point& operator+=(Vector const& w) { return *this = *this + w; }
   Point& operator-=(Vector const& w) { return *this = *this - w; }
   /// The stored floats compared exactly.
