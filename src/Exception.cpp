@@ -3,8 +3,12 @@
 
 namespace QARN {
 
-char const* Exception::what() const noexcept { return message.c_str(); }
+char const* Exception::what() const noexcept {
+  return message.c_str();
+}
 
-char const* IOFailure::what() const noexcept { return message.c_str(); }
+char const* IOFailure::what() const noexcept {
+  return message.c_str();
+}
 
 } // namespace QARN

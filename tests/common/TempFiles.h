@@ -24,7 +24,9 @@ inline std::string getTestFolder() {
 }
 
 /// A path for a scratch file of the running test.
-inline std::string getTestFilePath(std::string const& name) { return getTestFolder() + name; }
+inline std::string getTestFilePath(std::string const& name) {
+  return getTestFolder() + name;
+}
 
 } // namespace QARN::Test
 

@@ -1,7 +1,7 @@
+#include <Progress/ProgressStage.h>
 #include <QARN/Exception.h>
 #include <QARN/IOFailure.h>
 #include <QARN/Progress/ProgressListener.h>
-#include <Progress/ProgressStage.h>
 
 #include <gtest/gtest.h>
 
