@@ -2,7 +2,7 @@
 # Installs with apt-get whatever the build, the tests and the tools need and the machine lacks.
 set -euo pipefail
 packages=(g++ cmake make libgtest-dev libgmock-dev libbenchmark-dev libcli11-dev libpng-dev clang
-  libclang-rt-14-dev ccache)
+  libclang-rt-14-dev clang-format ccache)
 missing=()
 for p in "${packages[@]}"; do
   dpkg-query -W -f='${Status}' "$p" 2>/dev/null | grep -q 'install ok installed' || missing+=("$p")

@@ -1,6 +1,7 @@
 #!/usr/bin/env bash
-# Builds and runs every test twice: optimised, then under AddressSanitizer and
-# UndefinedBehaviorSanitizer. With QARN_FUZZ_SECONDS set, first runs each fuzz target that long.
+# Checks the formatting, then builds and runs every test twice: optimised, then under
+# AddressSanitizer and UndefinedBehaviorSanitizer. With QARN_FUZZ_SECONDS set, it first runs each
+# fuzz target that long.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 bash scripts/deps.sh
@@ -15,6 +16,9 @@ run_suite() {
   ASAN_OPTIONS=detect_leaks=1 UBSAN_OPTIONS=print_stacktrace=1 \
     ctest --test-dir "$dir" -j "$jobs" --output-on-failure
 }
+
+echo "== Formatting (clang-format)"
+git ls-files '*.h' '*.cpp' | xargs clang-format --dry-run --Werror
 
 if [ -n "${QARN_FUZZ_SECONDS:-}" ]; then
   bash scripts/fuzz.sh "$QARN_FUZZ_SECONDS"
