@@ -53,6 +53,11 @@ public:
   /// and the file name. The target keeps its own offset, double-sided flag, mesh name, active
   /// positions, position and listener. Assigning a mesh to itself does nothing.
   RectMesh& operator=(RectMesh const& other);
+
+  /// The point at column p.u, row p.v, valid or not; a point outside the grid reads as the
+  /// origin. Declared ahead of the destructor, so that it takes the first slot of the virtual
+  /// table.
+  virtual Point getPoint(TwoDimensional::Point<int> const& p) const;
   virtual ~RectMesh();
 
   /// Frees the grid: no points, U = V = 0, quad areas 0, next search from scratch. Other
@@ -60,9 +65,6 @@ public:
   void clear();
   /// (U, V), the number of quads along u and v.
   TwoDimensional::Vector<std::uint32_t> getExtents() const { return extents; }
-  /// The point at column p.u, row p.v, valid or not; a point outside the grid reads as the
-  /// origin.
-  virtual Point getPoint(TwoDimensional::Point<int> const& p) const;
   /// Stores x and sets p's Valid bit; ignored outside the grid.
   void setPoint(TwoDimensional::Point<int> const& p, Point const& x);
 
