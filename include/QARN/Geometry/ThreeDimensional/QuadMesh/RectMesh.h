@@ -47,7 +47,8 @@ public:
 
   /// An empty mesh named "Unnamed<n>.quads", n being the number of meshes constructed so far.
   RectMesh();
-  /// A new mesh (with its own default name) assigned from other: never shares storage.
+  /// Default construction (which counts as one more created mesh) followed by assignment from
+  /// other, so the copy has other's file name; never shares storage.
   RectMesh(RectMesh const& other);
   /// Deep copy of the grid, the flags, the quad areas, the search state, the scan-axis flips
   /// and the file name. The target keeps its own offset, double-sided flag, mesh name, active
@@ -256,7 +257,8 @@ public:
 
   /// Reverses the sense of quad normals when the hit angle is measured.
   void setDoFlipNormals(bool on) { doFlipNormals = on; }
-  /// Stored and copied only; the intersection test accepts hits from either side anyway.
+  /// Stored only (assignment does not copy it); the intersection test accepts hits from either
+  /// side anyway.
   void setDoUseDoubleSided(bool on) { doUseDoubleSided = on; }
   /// Mirrors the indices returned by searches along u and/or v.
   void setAxisFlipFlags(bool u, bool v);
