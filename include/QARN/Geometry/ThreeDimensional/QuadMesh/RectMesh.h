@@ -326,7 +326,8 @@ private:
                                TwoDimensional::Point<int>& best, double& bestDistanceSqr,
                                bool& anyInvalid, std::uint32_t doNMoreCount,
                                std::uint32_t count) const;
-  /// The walk from start; true with the hit quad, point and measures on a hit.
+  /// The walk from start; true with the hit quad, point and measures on a hit. A start outside
+  /// the grid or on its top or right rim gives no hit.
   bool getWalkedIntersection(TwoDimensional::Point<int> const& start, Point const& position,
                              Vector const& direction, TwoDimensional::Point<int>& quad,
                              Point& hitPoint, QuadIntersectionData& data) const;
