@@ -2,6 +2,7 @@
 
 #include <QARN/Exception.h>
 #include <QARN/Geometry/ThreeDimensional/QuadMesh/LinearScaleRectMesh.h>
+#include <QARN/Geometry/ThreeDimensional/QuadMesh/QuadValidityGenerator.h>
 #include <QARN/Geometry/ThreeDimensional/QuadMesh/RectMesh.h>
 
 #include <Geometry/ThreeDimensional/QuadMesh/GridIndex.h>
@@ -9,6 +10,9 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
+#include <cstddef>
+#include <cstdint>
+#include <cstring>
 #include <limits>
 #include <string>
 
@@ -24,6 +28,7 @@ QARN_PRIVATE_MEMBER(NumberOfMBs, std::uint64_t (*)(std::uint32_t, std::uint32_t)
 namespace {
 
 using QARN::Geometry::ThreeDimensional::QuadMesh::LinearScaleRectMesh;
+using QARN::Geometry::ThreeDimensional::QuadMesh::QuadValidityGenerator;
 namespace GridIndex = QARN::Geometry::ThreeDimensional::QuadMesh::GridIndex;
 
 void expectVectorNear(Vector const& expected, Vector const& actual) {
@@ -225,6 +230,25 @@ TEST(RectMeshGrid, ScaledMeshReportsScaledPointsAndCopiesItsScale) {
   auto const hit = scaled.getIntersection(Point(4.2, 1.5, 1), Vector(0, 0, -1));
   ASSERT_TRUE(hit.getIsValid());
   EXPECT_EQ(GridPoint(1, 0), hit.getIndices());
+}
+
+/// The virtual-table slot of a virtual member function (Itanium C++ ABI: the member pointer
+/// holds 1 + the slot's byte offset, then a this-adjustment).
+template <typename Member>
+std::uintptr_t virtualSlot(Member member) {
+  struct {
+    std::uintptr_t pointer;
+    std::ptrdiff_t adjustment;
+  } representation;
+  static_assert(sizeof representation == sizeof member);
+  std::memcpy(&representation, &member, sizeof member);
+  return (representation.pointer - 1) / sizeof(void*);
+}
+
+TEST(RectMeshGrid, VirtualSlotOrder) {
+  // getPoint first, then the destructor (two entries); a generator's destructor comes first.
+  EXPECT_EQ(0u, virtualSlot(&RectMesh::getPoint));
+  EXPECT_EQ(2u, virtualSlot(&QuadValidityGenerator::getValidity));
 }
 
 TEST(RectMeshGrid, ImpossibleSizesFailWithTheMessageAndLeaveTheMeshEmpty) {

@@ -125,6 +125,15 @@ TEST_F(RectMeshSearch, KeepOrResetFollowsTheQualityMode) {
   EXPECT_TRUE(veryFar.getIsValid());
   EXPECT_EQ(0.0, veryFar.getIntersectionData().getDistanceToObject());
   EXPECT_TRUE(isReset());
+
+  // Rebuilding or freeing the grid starts the next search afresh.
+  ASSERT_TRUE(mesh.getIntersectionStatus(above, down, false).getIsValid());
+  ASSERT_FALSE(isReset());
+  mesh.init(Extents(20, 20));
+  EXPECT_TRUE(isReset());
+  mesh.*get(IsSearchReset{}) = false;
+  mesh.clear();
+  EXPECT_TRUE(isReset());
 }
 
 TEST_F(RectMeshSearch, InactivePositionsFlipsAndOffset) {

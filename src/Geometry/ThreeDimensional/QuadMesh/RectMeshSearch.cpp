@@ -118,6 +118,8 @@ bool RectMesh::getWalkedIntersection(GridPoint const& start, Point const& positi
     }
     std::int64_t const cu = current.getU();
     std::int64_t const cv = current.getV();
+    // Only a start can lie on the top or right rim, where the quad has no far corners to take
+    // a step from.
     if (steps >= maximumWalkSteps || !getIsInBounds(cu + 1, cv + 1))
       return false;
 

@@ -47,12 +47,18 @@ public:
 
   /// An empty mesh named "Unnamed<n>.quads", n being the number of meshes constructed so far.
   RectMesh();
-  /// A new mesh (with its own default name) assigned from other: never shares storage.
+  /// Default construction (which counts as one more created mesh) followed by assignment from
+  /// other, so the copy has other's file name; never shares storage.
   RectMesh(RectMesh const& other);
   /// Deep copy of the grid, the flags, the quad areas, the search state, the scan-axis flips
   /// and the file name. The target keeps its own offset, double-sided flag, mesh name, active
   /// positions, position and listener. Assigning a mesh to itself does nothing.
   RectMesh& operator=(RectMesh const& other);
+
+  /// The point at column p.u, row p.v, valid or not; a point outside the grid reads as the
+  /// origin. Declared ahead of the destructor, so that it takes the first slot of the virtual
+  /// table.
+  virtual Point getPoint(TwoDimensional::Point<int> const& p) const;
   virtual ~RectMesh();
 
   /// Frees the grid: no points, U = V = 0, quad areas 0, next search from scratch. Other
@@ -60,9 +66,6 @@ public:
   void clear();
   /// (U, V), the number of quads along u and v.
   TwoDimensional::Vector<std::uint32_t> getExtents() const { return extents; }
-  /// The point at column p.u, row p.v, valid or not; a point outside the grid reads as the
-  /// origin.
-  virtual Point getPoint(TwoDimensional::Point<int> const& p) const;
   /// Stores x and sets p's Valid bit; ignored outside the grid.
   void setPoint(TwoDimensional::Point<int> const& p, Point const& x);
 
@@ -258,7 +261,8 @@ public:
 
   /// Reverses the sense of quad normals when the hit angle is measured.
   void setDoFlipNormals(bool on) { doFlipNormals = on; }
-  /// Stored and copied only; the intersection test accepts hits from either side anyway.
+  /// Stored only (assignment does not copy it); the intersection test accepts hits from either
+  /// side anyway.
   void setDoUseDoubleSided(bool on) { doUseDoubleSided = on; }
   /// Mirrors the indices returned by searches along u and/or v.
   void setAxisFlipFlags(bool u, bool v);
@@ -326,7 +330,8 @@ private:
                                TwoDimensional::Point<int>& best, double& bestDistanceSqr,
                                bool& anyInvalid, std::uint32_t doNMoreCount,
                                std::uint32_t count) const;
-  /// The walk from start; true with the hit quad, point and measures on a hit.
+  /// The walk from start; true with the hit quad, point and measures on a hit. A start outside
+  /// the grid or on its top or right rim gives no hit.
   bool getWalkedIntersection(TwoDimensional::Point<int> const& start, Point const& position,
                              Vector const& direction, TwoDimensional::Point<int>& quad,
                              Point& hitPoint, QuadIntersectionData& data) const;
