@@ -1,6 +1,8 @@
 #include <QARN/Geometry/ThreeDimensional/QuadMesh/QuadIndicesEllipseIntersectionInfo.h>
 #include <QARN/Geometry/ThreeDimensional/QuadMesh/RectMesh.h>
 
+#include <Geometry/ThreeDimensional/QuadMesh/QuadDualBasis.h>
+
 #include <cmath>
 #include <cstdint>
 #include <limits>
@@ -64,15 +66,10 @@ bool RectMesh::getConeIntersection(ThreeDimensional::Point const& position,
                             quadIndices, points[0], points[1], points[2], points[3], points[4]))
     return false;
 
-  std::pair<Vector, Vector> const basis = getQuadBasis(quadIndices);
-  Vector const& a = basis.first;
-  Vector const& b = basis.second;
-  double const aa = a.dot(a);
-  double const ab = a.dot(b);
-  double const bb = b.dot(b);
-  double const det = aa * bb - ab * ab;
-  Vector const aDual = (bb * a - ab * b) / det;
-  Vector const bDual = (aa * b - ab * a) / det;
+  auto const [a, b] = getQuadBasis(quadIndices);
+  QuadDualBasis const dual(a, b);
+  Vector const& aDual = dual.aDual;
+  Vector const& bDual = dual.bDual;
   double const k = unity;
 
   // Quad-local coordinates of x in cells of 1/unity quad, truncated towards zero.

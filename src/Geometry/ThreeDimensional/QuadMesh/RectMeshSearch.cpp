@@ -2,6 +2,7 @@
 #include <QARN/Geometry/ThreeDimensional/Utility/Utility.h>
 
 #include <Geometry/ThreeDimensional/QuadMesh/GridIndex.h>
+#include <Geometry/ThreeDimensional/QuadMesh/QuadDualBasis.h>
 
 #include <algorithm>
 #include <array>
@@ -125,18 +126,13 @@ bool RectMesh::getWalkedIntersection(GridPoint const& start, Point const& positi
 
     // Where the ray meets the plane of the current quad, in the quad's own (u, v) units.
     auto const [a, b] = getQuadBasis(current);
-    double const aa = a.dot(a);
-    double const ab = a.dot(b);
-    double const bb = b.dot(b);
-    double const det = aa * bb - ab * ab;
-    Vector const aDual = (a * bb - b * ab) / det;
-    Vector const bDual = (b * aa - a * ab) / det;
+    QuadDualBasis const dual(a, b);
     Point const centre = getPoint(current) + (a + b) * 0.5;
-    Vector const normal = a.cross(b) / std::sqrt(det);
+    Vector const normal = a.cross(b) / std::sqrt(dual.det);
     double const t = (centre - position).dot(normal) / direction.dot(normal);
     Vector const offsetInPlane = (position + direction * t) - centre;
-    double const stepU = round(offsetInPlane.dot(aDual));
-    double const stepV = round(offsetInPlane.dot(bDual));
+    double const stepU = round(offsetInPlane.dot(dual.aDual));
+    double const stepV = round(offsetInPlane.dot(dual.bDual));
     if (!std::isfinite(stepU) || !std::isfinite(stepV))
       return false;
     std::int64_t const du =
