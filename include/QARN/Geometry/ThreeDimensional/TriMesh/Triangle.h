@@ -61,7 +61,8 @@ private:
     vertexIndices[mod3(k)] = index;
   }
   /// Glues edge k of this to edge m of other. Refuses (false, nothing changed) when either slot
-  /// already holds a different neighbour; re-connecting the same pair is accepted.
+  /// already holds a triangle other than the one it is glued to; re-connecting the same pair of
+  /// triangles is accepted, whatever edge indices the slots held.
   bool connect(std::int32_t k, Triangle* other, std::uint32_t m);
   /// Slot k becomes a boundary slot; the neighbour is not touched.
   void makeBoundary(std::int32_t k);
