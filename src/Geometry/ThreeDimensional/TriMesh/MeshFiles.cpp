@@ -45,21 +45,30 @@ struct FileCloser {
 };
 using File = std::unique_ptr<std::FILE, FileCloser>;
 
+/// The remaining size of a file read up to position, or 0 when it cannot be told.
+std::size_t getRemainingSize(std::FILE* file, std::size_t position) {
+  if (std::fseek(file, 0, SEEK_END) != 0)
+    return 0;
+  long const end = std::ftell(file);
+  if (std::fseek(file, static_cast<long>(position), SEEK_SET) != 0)
+    throw Exception("Cannot open file");
+  return end > static_cast<long>(position) ? static_cast<std::size_t>(end) - position : 0;
+}
+
+/// The whole file. Its size is asked only once it has given some bytes: a directory opens but
+/// reads nothing (as reading it character by character would), and reports an absurd size.
 std::string readFile(char const* name) {
   File const file(std::fopen(name, "rb"));
   if (!file)
     throw Exception("Cannot open file");
-  std::string text;
-  if (std::fseek(file.get(), 0, SEEK_END) == 0) {
-    long const size = std::ftell(file.get());
-    if (size > 0)
-      text.reserve(static_cast<std::size_t>(size));
-    std::rewind(file.get());
+  std::string text(std::size_t(1) << 16, '\0');
+  std::size_t size = std::fread(&text[0], 1, text.size(), file.get());
+  // Until fread gives less than asked: the end of the file, or a read error.
+  for (bool first = true; size == text.size(); first = false) {
+    text.resize(first ? size + getRemainingSize(file.get(), size) + 1 : 2 * text.size());
+    size += std::fread(&text[size], 1, text.size() - size, file.get());
   }
-  char buffer[1 << 16];
-  std::size_t read;
-  while ((read = std::fread(buffer, 1, sizeof buffer, file.get())) > 0)
-    text.append(buffer, read);
+  text.resize(size);
   return text;
 }
 
