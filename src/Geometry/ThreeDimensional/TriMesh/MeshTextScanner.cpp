@@ -22,6 +22,11 @@ char lower(char c) {
   return (c >= 'A' && c <= 'Z') ? static_cast<char>(c - 'A' + 'a') : c;
 }
 
+/// The powers of ten that doubles hold exactly.
+constexpr double powersOfTen[23] = {1e0,  1e1,  1e2,  1e3,  1e4,  1e5,  1e6,  1e7,
+                                    1e8,  1e9,  1e10, 1e11, 1e12, 1e13, 1e14, 1e15,
+                                    1e16, 1e17, 1e18, 1e19, 1e20, 1e21, 1e22};
+
 /// The C library's conversion of a matched number text (without its sign).
 float convert(char const* first, char const* last) {
   std::string const text(first, last);
@@ -103,10 +108,44 @@ bool MeshTextScanner::matchWord(char const* rest) {
   return true;
 }
 
+bool MeshTextScanner::readPlainDecimal(float& value) {
+  char const* p = cursor;
+  bool const negative = *p == '-';
+  if (*p == '-' || *p == '+')
+    ++p;
+  char const* const first = p;
+  std::uint64_t mantissa = 0;
+  int digits = 0;
+  int decimals = 0;
+  for (; p != end && isDigit(*p); ++p, ++digits)
+    mantissa = mantissa * 10 + static_cast<std::uint64_t>(*p - '0');
+  if (p != end && *p == '.')
+    for (++p; p != end && isDigit(*p); ++p, ++digits, ++decimals)
+      mantissa = mantissa * 10 + static_cast<std::uint64_t>(*p - '0');
+  bool const hexadecimal = p == first + 1 && *first == '0' && p != end && lower(*p) == 'x';
+  if (digits == 0 || digits > 19 || decimals > 22 || mantissa > (std::uint64_t(1) << 53) ||
+      hexadecimal || (p != end && lower(*p) == 'e'))
+    return false;
+  // Exact operands: one division gives the nearest double. Its nearest float is the text's unless
+  // the double lies halfway between two floats (its 29 bits below a float's precision are
+  // 1000...0), where the text may lie on either side.
+  double const nearest = static_cast<double>(mantissa) / powersOfTen[decimals];
+  std::uint64_t bits;
+  std::memcpy(&bits, &nearest, sizeof bits);
+  if ((bits & 0x1FFFFFFFu) == 0x10000000u)
+    return false;
+  auto const magnitude = static_cast<float>(nearest);
+  value = negative ? -magnitude : magnitude;
+  cursor = p;
+  return true;
+}
+
 bool MeshTextScanner::readFloat(float& value) {
   skipSpace();
   if (cursor == end)
     return false;
+  if (readPlainDecimal(value))
+    return true;
   bool negative = false;
   if (*cursor == '-' || *cursor == '+') {
     negative = *cursor++ == '-';
@@ -188,10 +227,12 @@ bool MeshTextScanner::readInt(std::int32_t& value) {
     return false;
   // The library converts to a saturating 64-bit long and stores its low 32 bits.
   constexpr std::uint64_t limit = std::uint64_t(1) << 63;
+  constexpr std::uint64_t safe = (limit - 9) / 10;
   std::uint64_t magnitude = 0;
   for (; cursor != end && isDigit(*cursor); ++cursor) {
     auto const digit = static_cast<std::uint64_t>(*cursor - '0');
-    magnitude = magnitude > (limit - digit) / 10 ? limit : magnitude * 10 + digit;
+    magnitude =
+        magnitude <= safe || magnitude <= (limit - digit) / 10 ? magnitude * 10 + digit : limit;
   }
   std::uint64_t bits;
   if (negative)

@@ -36,6 +36,9 @@ public:
 
 private:
   void skipSpace();
+  /// The common number form, [sign] digits [. digits] without exponent, where it converts
+  /// cheaply; false (nothing consumed) otherwise.
+  bool readPlainDecimal(float& value);
   bool readFloat(float& value);
   bool readInt(std::int32_t& value);
   /// Matches the rest of a word case-insensitively, consuming a mismatching character too.
