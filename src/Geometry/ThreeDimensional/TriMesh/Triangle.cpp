@@ -7,17 +7,6 @@
 
 namespace QARN::Geometry::ThreeDimensional::TriMesh {
 
-Triangle::Triangle(Mesh* mesh, std::vector<std::uint32_t> vertexIndices,
-                   std::vector<Triangle*> adjacentTriangles,
-                   std::vector<std::uint32_t> adjacentEdgeIndices)
-    : mesh(mesh) {
-  for (int k = 0; k < 3; ++k) {
-    this->vertexIndices[k] = vertexIndices[k];
-    this->adjacentTriangles[k] = adjacentTriangles[k];
-    this->adjacentEdgeIndices[k] = adjacentEdgeIndices[k];
-  }
-}
-
 Triangle::Triangle(Triangle const& t) : mesh(nullptr) {
   *this = t;
 }
