@@ -5,6 +5,7 @@
 #include <Progress/ProgressStage.h>
 #include <QARN/Exception.h>
 
+#include <array>
 #include <cstdio>
 #include <fstream>
 #include <memory>
@@ -179,16 +180,22 @@ FileContents Mesh::load(char const* name) {
   std::string const text = readFile(name);
   MeshTextScanner scanner(text);
 
-  // 3-D points: "v" and three numbers. The count of "v " only scales the progress.
+  // 3-D points: "v" and three numbers. The count of "v " only scales the progress. The numbers
+  // are gathered first so that the vertices are built in place, once.
   {
     ProgressStage stage(listener, "Reading 3D coordinates...",
                         listener != nullptr ? scanner.count('v', ' ') + 1 : 0);
-    float xyz[3];
+    std::vector<std::array<float, 3>> points;
+    std::array<float, 3> xyz;
     while (scanner.skipPast('v'))
-      if (scanner.readFloats(xyz, 3) == 3) {
-        addVertex(Vertex(Point(xyz[0], xyz[1], xyz[2])));
-        stage.step(vertices.size());
+      if (scanner.readFloats(xyz.data(), 3) == 3) {
+        points.push_back(xyz);
+        stage.step(points.size());
       }
+    vertices.reserve(points.size());
+    vertexTriangles.reserve(points.size());
+    for (auto const& p : points)
+      addVertex(Vertex(Point(p[0], p[1], p[2])));
   }
   if (vertices.empty())
     throw Exception("File does not contain 3D data");

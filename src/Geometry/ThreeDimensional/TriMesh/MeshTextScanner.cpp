@@ -13,7 +13,7 @@ bool isSpace(char c) {
   return c == ' ' || (c >= '\t' && c <= '\r');
 }
 bool isDigit(char c) {
-  return c >= '0' && c <= '9';
+  return static_cast<unsigned char>(c - '0') < 10;
 }
 bool isHexDigit(char c) {
   return isDigit(c) || (c >= 'a' && c <= 'f') || (c >= 'A' && c <= 'F');
@@ -94,8 +94,10 @@ int MeshTextScanner::readInts(std::int32_t* values, int count) {
 }
 
 void MeshTextScanner::skipSpace() {
-  while (cursor != end && isSpace(*cursor))
-    ++cursor;
+  char const* p = cursor;
+  while (isSpace(*p))
+    ++p;
+  cursor = p;
 }
 
 bool MeshTextScanner::matchWord(char const* rest) {
@@ -115,13 +117,17 @@ bool MeshTextScanner::readPlainDecimal(float& value) {
     ++p;
   char const* const first = p;
   std::uint64_t mantissa = 0;
-  int digits = 0;
-  int decimals = 0;
-  for (; p != end && isDigit(*p); ++p, ++digits)
+  for (; isDigit(*p); ++p)
     mantissa = mantissa * 10 + static_cast<std::uint64_t>(*p - '0');
-  if (p != end && *p == '.')
-    for (++p; p != end && isDigit(*p); ++p, ++digits, ++decimals)
+  std::ptrdiff_t digits = p - first;
+  std::ptrdiff_t decimals = 0;
+  if (p != end && *p == '.') {
+    char const* const point = p++;
+    for (; isDigit(*p); ++p)
       mantissa = mantissa * 10 + static_cast<std::uint64_t>(*p - '0');
+    decimals = p - point - 1;
+    digits += decimals;
+  }
   bool const hexadecimal = p == first + 1 && *first == '0' && p != end && lower(*p) == 'x';
   if (digits == 0 || digits > 19 || decimals > 22 || mantissa > (std::uint64_t(1) << 53) ||
       hexadecimal || (p != end && lower(*p) == 'e'))
@@ -223,17 +229,19 @@ bool MeshTextScanner::readInt(std::int32_t& value) {
   bool negative = false;
   if (*cursor == '-' || *cursor == '+')
     negative = *cursor++ == '-';
-  if (cursor == end || !isDigit(*cursor))
+  if (!isDigit(*cursor))
     return false;
   // The library converts to a saturating 64-bit long and stores its low 32 bits.
   constexpr std::uint64_t limit = std::uint64_t(1) << 63;
   constexpr std::uint64_t safe = (limit - 9) / 10;
   std::uint64_t magnitude = 0;
-  for (; cursor != end && isDigit(*cursor); ++cursor) {
-    auto const digit = static_cast<std::uint64_t>(*cursor - '0');
+  char const* p = cursor;
+  for (; isDigit(*p); ++p) {
+    auto const digit = static_cast<std::uint64_t>(*p - '0');
     magnitude =
         magnitude <= safe || magnitude <= (limit - digit) / 10 ? magnitude * 10 + digit : limit;
   }
+  cursor = p;
   std::uint64_t bits;
   if (negative)
     bits = magnitude >= limit ? limit : std::uint64_t(0) - magnitude;
