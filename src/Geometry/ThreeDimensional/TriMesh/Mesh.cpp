@@ -11,8 +11,15 @@
 namespace QARN::Geometry::ThreeDimensional::TriMesh {
 
 namespace {
+
 constexpr std::uint32_t noIndex = 0xFFFFFFFFu;
+
+/// i modulo a count that is not 0; the division only where it changes i.
+std::size_t wrap(std::uint32_t i, std::size_t count) {
+  return i < count ? i : i % count;
 }
+
+} // namespace
 
 Mesh::Mesh() {
   clear();
@@ -50,7 +57,7 @@ Vertex& Mesh::getVertex(std::uint32_t i) {
 Vertex const& Mesh::getVertex(std::uint32_t i) const {
   if (vertices.empty())
     throw Exception("Invalid vertex index");
-  return vertices[i % vertices.size()];
+  return vertices[wrap(i, vertices.size())];
 }
 
 bool Mesh::addVertex(Vertex const& vertex) {
@@ -60,7 +67,7 @@ bool Mesh::addVertex(Vertex const& vertex) {
 }
 
 bool Mesh::getIsVertexFloating(std::uint32_t i) const {
-  return vertexTriangles[i % vertexTriangles.size()] == nullptr;
+  return vertexTriangles[wrap(i, vertexTriangles.size())] == nullptr;
 }
 
 bool Mesh::getIsVertexAttached(std::uint32_t i) const {
@@ -69,9 +76,9 @@ bool Mesh::getIsVertexAttached(std::uint32_t i) const {
 
 Edge Mesh::getVertexArbitraryEdge(std::uint32_t i) const {
   Edge e;
-  Triangle* const anchor = vertexTriangles[i % vertexTriangles.size()];
-  if (anchor != nullptr)
-    anchor->getEdgeFromVertexIndex(i % vertexTriangles.size(), &e);
+  std::size_t const v = wrap(i, vertexTriangles.size());
+  if (vertexTriangles[v] != nullptr)
+    vertexTriangles[v]->getEdgeFromVertexIndex(static_cast<std::uint32_t>(v), &e);
   return e;
 }
 
