@@ -7,7 +7,24 @@
 namespace QARN::Geometry::ThreeDimensional::TriMesh {
 
 void Mesh::calculateVertexNormals() {
-  for (std::uint32_t v = 0; v < getNumberOfVertices(); ++v) {
+  std::uint32_t const n = getNumberOfVertices();
+  // The vertices in the order their first triangles were made: the triangles of a fan were made
+  // at nearby times, so that consecutive fans share what the cache holds. Vertices without a
+  // triangle come last.
+  std::vector<std::uint32_t> order;
+  order.reserve(n);
+  std::vector<bool> queued(n, false);
+  for (std::size_t s = 0; s < triangleCount; ++s)
+    for (std::uint32_t const v : getTriangleBySerial(s)->vertexIndices)
+      if (v < n && !queued[v]) {
+        queued[v] = true;
+        order.push_back(v);
+      }
+  for (std::uint32_t v = 0; v < n; ++v)
+    if (!queued[v])
+      order.push_back(v);
+
+  for (std::uint32_t const v : order) {
     Vector sum;
     // Each cross product is the triangle's normal scaled by twice its area: the edge out of v
     // crossed with the edge that follows it.
