@@ -2,6 +2,8 @@
 
 #include <QARN/Progress/ProgressListener.h>
 
+#include <filesystem>
+
 #include <unistd.h>
 
 namespace trimeshtest {
@@ -80,6 +82,10 @@ TEST(TriMeshFiles, ErrorTexts) {
             errorOf([&] { mesh.save(tempPath("no/dir.obj").c_str(), false, false); }));
   EXPECT_EQ("Invalid file extension", errorOf([&] { loadText(mesh, points, "upper.OBJ"); }));
   EXPECT_EQ("Cannot open file", errorOf([&] { mesh.load(tempPath("no.obj.txt").c_str()); }));
+  // A directory opens but holds no characters.
+  std::string const directory = tempPath("dir.obj");
+  std::filesystem::create_directories(directory);
+  EXPECT_EQ("File does not contain 3D data", errorOf([&] { mesh.load(directory.c_str()); }));
 }
 
 TEST(TriMeshFiles, TokensAreFoundAnywhere) {

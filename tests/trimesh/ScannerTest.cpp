@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <cmath>
 #include <cstdio>
 #include <cstring>
 #include <random>
@@ -86,6 +87,26 @@ TEST(TriMeshScanner, MatchesTheStreamReaderOnTrickyNumbers) {
         "# view 1 2 3 of the face\nf+-1 2 3 f- 1 2 f1\n2\n3 f 9223372036854775808 1 1", "v 1 2 3",
         "v 1 2", "v", "", "f 1 2 3", "vt 1 2 ", "v -", "v 1 2 3e"})
     EXPECT_EQ(literalRecords(text), scannedRecords(text)) << text;
+}
+
+TEST(TriMeshScanner, MatchesTheStreamReaderNearHalfwayFloats) {
+  // Decimals of up to 19 digits at and beside the midpoints between neighbouring floats, where
+  // rounding through a double can go the wrong way.
+  std::mt19937 random(11);
+  std::string text;
+  char line[64];
+  for (int i = 0; i < 3000; ++i) {
+    float const f = std::ldexp(1.0f + float(random() % (1 << 23)) / (1 << 23),
+                               static_cast<int>(random() % 40) - 20);
+    double const halfway = (double(f) + double(std::nextafter(f, 2 * f))) / 2;
+    for (double const x :
+         {std::nextafter(halfway, 0.0), halfway, std::nextafter(halfway, 2 * halfway)}) {
+      int const whole = x < 1 ? 1 : static_cast<int>(std::floor(std::log10(x))) + 1;
+      std::snprintf(line, sizeof line, "v %.*f -%.*f 1\n", 19 - whole, x, 19 - whole, x);
+      text += line;
+    }
+  }
+  EXPECT_EQ(literalRecords(text), scannedRecords(text));
 }
 
 TEST(TriMeshScanner, MatchesTheStreamReaderOnRandomText) {

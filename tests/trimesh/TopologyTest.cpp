@@ -125,6 +125,15 @@ TEST(TriMeshTopology, ConnectAndCut) {
   EXPECT_FALSE(Access::connect(t[0], 0, t[2], 1));
   EXPECT_TRUE(t[0]->getAdjacentTriangle(0) == t[1] && t[2]->getAdjacentTriangle(1) == nullptr);
   EXPECT_TRUE(Access::connect(t[0], 3, t[1], m + 3)); // the same pair, indices modulo 3
+  // The same neighbour glued at another of its edges is not refused either.
+  int b = 0;
+  while (t[1]->getAdjacentTriangle(b) != nullptr)
+    ++b;
+  EXPECT_TRUE(Access::connect(t[0], 0, t[1], std::uint32_t(b)));
+  EXPECT_TRUE(int(t[0]->getAdjacentTriangleEdgeIndex(0)) == b &&
+              t[1]->getAdjacentTriangle(b) == t[0]);
+  Access::makeBoundary(t[1]->getEdge(b));
+  EXPECT_TRUE(Access::connect(t[0], 0, t[1], m));
   expectConsistent(mesh, 3);
   Access::makeBoundary(t[0]->getEdge(0));
   EXPECT_TRUE(t[0]->getEdge(0).isBoundary() && t[1]->getEdge(int(m)).isBoundary());

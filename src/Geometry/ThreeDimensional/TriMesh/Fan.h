@@ -3,6 +3,8 @@
 
 #include <QARN/Geometry/ThreeDimensional/TriMesh/Edge.h>
 
+#include <cstdint>
+
 namespace QARN::Geometry::ThreeDimensional::TriMesh {
 
 /// The first edge of the fan around e.org(): rewinds with oprev while the neighbour across the
@@ -18,17 +20,20 @@ inline Edge getFanStart(Edge const& e) {
   return first;
 }
 
+/// How a walk round a fan ended: stopped by its visitor, back at its start, or at the boundary.
+enum class FanWalkEnd : std::uint32_t { Stopped, Closed, Boundary };
+
 /// Visits the edges of a fan from start, turning with onext, until the walk comes back to start
-/// or crosses the boundary. visit returns true to stop; the result tells whether it did.
+/// or crosses the boundary. visit returns true to stop.
 template <typename Visit>
-bool walkFan(Edge const& start, Visit visit) {
+FanWalkEnd walkFan(Edge const& start, Visit visit) {
   Edge e = start;
   do {
     if (visit(e))
-      return true;
+      return FanWalkEnd::Stopped;
     e = e.onext();
   } while (e.getTriangle() != nullptr && e != start);
-  return false;
+  return e.getTriangle() != nullptr ? FanWalkEnd::Closed : FanWalkEnd::Boundary;
 }
 
 } // namespace QARN::Geometry::ThreeDimensional::TriMesh

@@ -4,19 +4,47 @@
 
 #include <QARN/Exception.h>
 
+#include <memory>
+#include <new>
 #include <utility>
 
 namespace QARN::Geometry::ThreeDimensional::TriMesh {
 
 namespace {
+
 constexpr std::uint32_t noIndex = 0xFFFFFFFFu;
+
+/// i modulo a count that is not 0; the division only where it changes i.
+std::size_t wrap(std::uint32_t i, std::size_t count) {
+  return i < count ? i : i % count;
 }
+
+} // namespace
 
 Mesh::Mesh() {
   clear();
 }
 
-Mesh::~Mesh() = default;
+Mesh::~Mesh() {
+  clear();
+}
+
+void Mesh::TriangleBlockDeleter::operator()(Triangle* block) const {
+  std::allocator<Triangle>().deallocate(block, trianglesPerBlock);
+}
+
+Triangle* Mesh::createTriangle(std::uint32_t a, std::uint32_t b, std::uint32_t c) {
+  if (triangleCount == triangleBlocks.size() * trianglesPerBlock) {
+    std::unique_ptr<Triangle, TriangleBlockDeleter> block(
+        std::allocator<Triangle>().allocate(trianglesPerBlock));
+    triangleBlocks.push_back(std::move(block));
+  }
+  auto* const triangle = new (getTriangleBySerial(triangleCount)) Triangle(
+      this, {a, b, c}, {nullptr, nullptr, nullptr},
+      {Triangle::invalidEdgeIndex, Triangle::invalidEdgeIndex, Triangle::invalidEdgeIndex});
+  triangle->serial = triangleCount++;
+  return triangle;
+}
 
 std::uint32_t Mesh::getNumberOfVertices() const {
   return static_cast<std::uint32_t>(vertices.size());
@@ -29,28 +57,28 @@ Vertex& Mesh::getVertex(std::uint32_t i) {
 Vertex const& Mesh::getVertex(std::uint32_t i) const {
   if (vertices.empty())
     throw Exception("Invalid vertex index");
-  return vertices[i % vertices.size()];
+  return vertices[wrap(i, vertices.size())];
 }
 
 bool Mesh::addVertex(Vertex const& vertex) {
   vertices.push_back(vertex);
-  vertexTriangles.emplace_back(1, nullptr);
+  vertexTriangles.push_back(nullptr);
   return true;
 }
 
 bool Mesh::getIsVertexFloating(std::uint32_t i) const {
-  return vertexTriangles[i % vertexTriangles.size()].back() == nullptr;
+  return vertexTriangles[wrap(i, vertexTriangles.size())] == nullptr;
 }
 
 bool Mesh::getIsVertexAttached(std::uint32_t i) const {
-  return i < vertexTriangles.size() && vertexTriangles[i][0] != nullptr;
+  return i < vertexTriangles.size() && vertexTriangles[i] != nullptr;
 }
 
 Edge Mesh::getVertexArbitraryEdge(std::uint32_t i) const {
   Edge e;
-  Triangle* const anchor = vertexTriangles[i % vertexTriangles.size()][0];
-  if (anchor != nullptr)
-    anchor->getEdgeFromVertexIndex(i % vertexTriangles.size(), &e);
+  std::size_t const v = wrap(i, vertexTriangles.size());
+  if (vertexTriangles[v] != nullptr)
+    vertexTriangles[v]->getEdgeFromVertexIndex(static_cast<std::uint32_t>(v), &e);
   return e;
 }
 
@@ -58,42 +86,29 @@ bool Mesh::getIsBoundaryVertex(std::uint32_t i) const {
   Edge const start = getVertexArbitraryEdge(i);
   if (start.getTriangle() == nullptr)
     return true;
-  bool closed = false;
-  walkFan(start, [&](Edge const& e) {
-    closed = e.onext() == start;
-    return false;
-  });
-  return !closed;
+  return walkFan(start, [](Edge const&) { return false; }) == FanWalkEnd::Boundary;
 }
 
 bool Mesh::getDoesEdgeExist(std::uint32_t a, std::uint32_t b, Edge* out) const {
   if (getIsVertexFloating(a))
     return false;
   a %= static_cast<std::uint32_t>(vertexTriangles.size());
-  bool const boundary = getIsBoundaryVertex(a);
-  for (Triangle* const t : vertexTriangles[a]) {
-    Edge start;
-    if (t == nullptr || !t->getEdgeFromVertexIndex(a, &start))
-      continue;
-    if (boundary)
-      start = getFanStart(start);
-    bool const found = walkFan(start, [&](Edge const& e) {
-      if (e.dest() != b)
-        return false;
-      if (out != nullptr)
-        *out = e;
-      return true;
-    });
-    if (found)
-      return true;
-  }
-  return false;
+  Edge start = getVertexArbitraryEdge(a);
+  if (getIsBoundaryVertex(a))
+    start = getFanStart(start);
+  return walkFan(start, [&](Edge const& e) {
+           if (e.dest() != b)
+             return false;
+           if (out != nullptr)
+             *out = e;
+           return true;
+         }) == FanWalkEnd::Stopped;
 }
 
 void Mesh::getTriangles(std::vector<Triangle*>& list, std::vector<Triangle*>::const_iterator& begin,
                         std::vector<Triangle*>::const_iterator& end) const {
   list.clear();
-  std::vector<bool> seen(triangles.size(), false);
+  std::vector<bool> seen(triangleCount, false);
   std::size_t distinct = 0;
   for (std::uint32_t v = 0; v < vertexTriangles.size(); ++v) {
     Edge start = getVertexArbitraryEdge(v);
@@ -116,15 +131,19 @@ void Mesh::getTriangles(std::vector<Triangle*>& list, std::vector<Triangle*>::co
   std::size_t next = 0;
   for (std::size_t s = 0; s < seen.size() && next < distinct; ++s)
     if (seen[s])
-      list[next++] = triangles[s].get();
+      list[next++] = getTriangleBySerial(s);
   begin = list.begin();
   end = list.begin() + static_cast<std::ptrdiff_t>(distinct);
 }
 
 void Mesh::clear() {
   vertexTriangles.clear();
+  moreFanEntries.clear();
   vertices.clear();
-  triangles.clear();
+  for (std::size_t s = 0; s < triangleCount; ++s)
+    getTriangleBySerial(s)->~Triangle();
+  triangleBlocks.clear();
+  triangleCount = 0;
 }
 
 void Mesh::clean() {
@@ -136,19 +155,23 @@ void Mesh::clean() {
       newIndex[i] = kept++;
   if (kept == n)
     return;
-  for (auto const& t : triangles)
+  for (std::size_t s = 0; s < triangleCount; ++s) {
+    Triangle* const t = getTriangleBySerial(s);
     for (std::int32_t k = 0; k < 3; ++k)
       t->setAdjacentVertexIndex(k, newIndex[t->getAdjacentVertexIndex(k) % n]);
-  std::vector<Vertex> keptVertices(kept);
-  std::vector<std::vector<Triangle*>> keptLists(kept);
+  }
+  std::vector<Vertex> keptVertices;
+  std::vector<Triangle*> keptAnchors;
+  keptVertices.reserve(kept);
+  keptAnchors.reserve(kept);
   for (std::uint32_t i = 0; i < n; ++i) {
     if (newIndex[i] == noIndex)
       continue;
-    keptVertices[newIndex[i]] = vertices[i];
-    keptLists[newIndex[i]] = std::move(vertexTriangles[i]);
+    keptVertices.push_back(vertices[i]);
+    keptAnchors.push_back(vertexTriangles[i]);
   }
   vertices = std::move(keptVertices);
-  vertexTriangles = std::move(keptLists);
+  vertexTriangles = std::move(keptAnchors);
 }
 
 } // namespace QARN::Geometry::ThreeDimensional::TriMesh

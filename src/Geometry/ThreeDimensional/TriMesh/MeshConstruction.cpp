@@ -10,15 +10,6 @@
 
 namespace QARN::Geometry::ThreeDimensional::TriMesh {
 
-Triangle* Mesh::createTriangle(std::uint32_t a, std::uint32_t b, std::uint32_t c) {
-  std::unique_ptr<Triangle> triangle(new Triangle(
-      this, {a, b, c}, {nullptr, nullptr, nullptr},
-      {Triangle::invalidEdgeIndex, Triangle::invalidEdgeIndex, Triangle::invalidEdgeIndex}));
-  triangle->serial = triangles.size();
-  triangles.push_back(std::move(triangle));
-  return triangles.back().get();
-}
-
 bool Mesh::addFloatingTriangle(std::vector<std::uint32_t> const& indices) {
   if (indices.size() != 3)
     return false;
@@ -27,36 +18,52 @@ bool Mesh::addFloatingTriangle(std::vector<std::uint32_t> const& indices) {
       return false;
   Triangle* const triangle = createTriangle(indices[0], indices[1], indices[2]);
   for (std::uint32_t const v : indices)
-    vertexTriangles[v][0] = triangle;
+    vertexTriangles[v] = triangle;
   return true;
 }
 
-// While a mesh grows, a vertex may have several separate fans. Its list then holds, for each fan
-// open at the boundary, the fan's first triangle (whose edge out of the vertex is a boundary
-// edge); a closed fan may have no entry. Every boundary edge out of a vertex is thus the edge out
-// of the vertex of one of its entries, so the triangles to glue a new triangle to are found
-// without walking round the fans.
+// While a mesh grows, a vertex may have several separate fans. Its entries (its anchor, then its
+// further entries in moreFanEntries) then hold, for each fan open at the boundary, the fan's first
+// triangle (whose edge out of the vertex is a boundary edge); a closed fan may have no entry.
+// Every boundary edge out of a vertex is thus the edge out of the vertex of one of its entries,
+// so the triangles to glue a new triangle to are found without walking round the fans.
 bool Mesh::getBoundaryEdgeFromFans(std::uint32_t v, std::uint32_t w, Edge* out) const {
-  for (Triangle* const t : vertexTriangles[v]) {
+  auto const isWanted = [&](Triangle* t) {
     Edge e;
-    if (t != nullptr && t->getEdgeFromVertexIndex(v, &e) && e.isBoundary() && e.dest() == w) {
-      *out = e;
-      return true;
-    }
-  }
+    if (t == nullptr || !t->getEdgeFromVertexIndex(v, &e) || !e.isBoundary() || e.dest() != w)
+      return false;
+    *out = e;
+    return true;
+  };
+  if (isWanted(vertexTriangles[v]))
+    return true;
+  if (v < moreFanEntries.size())
+    for (Triangle* const t : moreFanEntries[v])
+      if (isWanted(t))
+        return true;
   return false;
 }
 
 void Mesh::replaceFanEntry(std::uint32_t v, Triangle* old, Triangle* triangle) {
-  std::vector<Triangle*>& list = vertexTriangles[v];
-  std::replace(list.begin(), list.end(), old, triangle);
+  if (vertexTriangles[v] == old)
+    vertexTriangles[v] = triangle;
+  if (v < moreFanEntries.size())
+    std::replace(moreFanEntries[v].begin(), moreFanEntries[v].end(), old, triangle);
 }
 
 void Mesh::removeFanEntry(std::uint32_t v, Triangle* triangle) {
-  std::vector<Triangle*>& list = vertexTriangles[v];
-  auto const entry = std::find(list.begin(), list.end(), triangle);
-  if (list.size() > 1 && entry != list.end())
-    list.erase(entry);
+  // A vertex always keeps one entry; the next one takes the anchor's place.
+  if (v >= moreFanEntries.size() || moreFanEntries[v].empty())
+    return;
+  std::vector<Triangle*>& more = moreFanEntries[v];
+  if (vertexTriangles[v] == triangle) {
+    vertexTriangles[v] = more.front();
+    more.erase(more.begin());
+  } else {
+    auto const entry = std::find(more.begin(), more.end(), triangle);
+    if (entry != more.end())
+      more.erase(entry);
+  }
 }
 
 // The new triangle (d, o, z) lies across the boundary edge o->d of triangle t. It is also glued
@@ -94,13 +101,15 @@ bool Mesh::addBoundaryTriangle(Edge const& edge, std::int32_t vertexIndex) {
   if (hasFromDest)
     removeFanEntry(d, fromDest.getTriangle());
   if (floating)
-    vertexTriangles[z][0] = triangle;
+    vertexTriangles[z] = triangle;
   else if (hasToOrg && hasFromDest)
     removeFanEntry(z, toOrg.getTriangle());
   else if (hasToOrg)
     replaceFanEntry(z, toOrg.getTriangle(), triangle);
-  else if (!hasFromDest)
-    vertexTriangles[z].push_back(triangle);
+  else if (!hasFromDest) {
+    moreFanEntries.resize(std::max(moreFanEntries.size(), vertexTriangles.size()));
+    moreFanEntries[z].push_back(triangle);
+  }
   return true;
 }
 
@@ -116,45 +125,46 @@ constexpr std::uint32_t none = 0xFFFFFFFFu;
 /// edges that no face looks up cannot affect the growth and are not kept.
 class FaceEdgeTable {
 public:
-  FaceEdgeTable(std::vector<std::array<std::uint32_t, 3>> const& faces, std::uint64_t n)
-      : n(n), start(n + 1, 0) {
+  FaceEdgeTable(std::vector<std::array<std::uint32_t, 3>> const& faces, std::uint32_t n)
+      : n(n), start(std::size_t(n) + 1, 0) {
     auto const forEachEdge = [&](auto use) {
       for (std::uint32_t f = 1; f < faces.size(); ++f)
         for (int k = 0; k < 3; ++k) {
-          std::uint64_t const key = faces[f][(k + 1) % 3] + n * faces[f][k];
-          if (key / n < n)
-            use(key % n, static_cast<std::uint32_t>(key / n), f);
+          auto const [bucket, second] = split(faces[f][(k + 1) % 3], faces[f][k]);
+          if (second < n)
+            use(bucket, second, f);
         }
     };
-    forEachEdge([&](std::uint64_t bucket, std::uint32_t, std::uint32_t) { ++start[bucket + 1]; });
-    for (std::uint64_t b = 0; b < n; ++b)
+    forEachEdge([&](std::uint32_t bucket, std::uint32_t, std::uint32_t) { ++start[bucket + 1]; });
+    for (std::uint32_t b = 0; b < n; ++b)
       start[b + 1] += start[b];
     entries.resize(start[n]);
-    std::vector<std::size_t> next(start.begin(), start.end() - 1);
-    forEachEdge([&](std::uint64_t bucket, std::uint32_t second, std::uint32_t f) {
+    std::vector<std::uint32_t> next(start.begin(), start.end() - 1);
+    forEachEdge([&](std::uint32_t bucket, std::uint32_t second, std::uint32_t f) {
       entries[next[bucket]++] = Entry{second, f, none};
     });
-    for (std::uint64_t b = 0; b < n; ++b)
-      std::sort(entries.begin() + static_cast<std::ptrdiff_t>(start[b]),
-                entries.begin() + static_cast<std::ptrdiff_t>(start[b + 1]));
+    for (std::uint32_t b = 0; b < n; ++b)
+      std::sort(entries.begin() + start[b], entries.begin() + start[b + 1]);
   }
 
-  /// The entries [first, last) holding the key; empty when no face holds it.
-  std::pair<std::size_t, std::size_t> find(std::uint64_t key) const {
-    std::uint64_t const bucket = key % n;
-    Entry const probe{static_cast<std::uint32_t>(key / n), 0, 0};
-    auto const first = entries.begin() + static_cast<std::ptrdiff_t>(start[bucket]);
-    auto const last = entries.begin() + static_cast<std::ptrdiff_t>(start[bucket + 1]);
-    auto const from = key / n < n ? std::lower_bound(first, last, probe) : last;
+  /// The entries [first, last) holding the key org + n*dest; empty when no face holds it.
+  std::pair<std::uint32_t, std::uint32_t> find(std::uint32_t org, std::uint32_t dest) const {
+    auto const [bucket, second] = split(org, dest);
+    if (second >= n)
+      return {0, 0};
+    auto const first = entries.begin() + start[bucket];
+    auto const last = entries.begin() + start[bucket + 1];
+    auto const from =
+        std::lower_bound(first, last, Entry{static_cast<std::uint32_t>(second), 0, 0});
     auto to = from;
-    while (to != last && to->second == probe.second)
+    while (to != last && to->second == second)
       ++to;
-    return {static_cast<std::size_t>(from - entries.begin()),
-            static_cast<std::size_t>(to - entries.begin())};
+    return {static_cast<std::uint32_t>(from - entries.begin()),
+            static_cast<std::uint32_t>(to - entries.begin())};
   }
-  std::uint32_t face(std::size_t i) const { return entries[i].face; }
+  std::uint32_t face(std::uint32_t i) const { return entries[i].face; }
   /// Serial of the front triangle holding the edge of the key of first entry i, or none.
-  std::uint32_t& front(std::size_t i) { return entries[i].front; }
+  std::uint32_t& front(std::uint32_t i) { return entries[i].front; }
 
 private:
   struct Entry {
@@ -166,8 +176,16 @@ private:
     }
   };
 
-  std::uint64_t n;
-  std::vector<std::size_t> start;
+  /// (key mod n, key div n) of the key org + n*dest, without dividing when org is below n.
+  std::pair<std::uint32_t, std::uint64_t> split(std::uint32_t org, std::uint32_t dest) const {
+    if (org < n)
+      return {org, dest};
+    std::uint64_t const key = org + std::uint64_t(n) * dest;
+    return {static_cast<std::uint32_t>(key % n), key / n};
+  }
+
+  std::uint32_t n;
+  std::vector<std::uint32_t> start;
   std::vector<Entry> entries;
 };
 
@@ -179,13 +197,13 @@ private:
 // matching the front, a set kept up to date as edges enter and leave the front.
 void Mesh::constructFromFaces(std::vector<Face> const& faces) {
   ProgressStage stage(progressListener, "Constructing triangle mesh...", faces.size());
-  if (faces.empty() || faces.size() >= none ||
-      !addFloatingTriangle({faces[0][0], faces[0][1], faces[0][2]}))
+  // Table positions are 32-bit: three per face.
+  if (faces.empty() || faces.size() >= none / 3)
     throw Exception("Mesh construction failure");
   auto const faceCount = static_cast<std::uint32_t>(faces.size());
-  std::uint64_t const n = getNumberOfVertices();
-  auto const key = [n](std::uint64_t org, std::uint64_t dest) { return org + n * dest; };
-  FaceEdgeTable table(faces, n);
+  if (!addFloatingTriangle({faces[0][0], faces[0][1], faces[0][2]}))
+    throw Exception("Mesh construction failure");
+  FaceEdgeTable table(faces, getNumberOfVertices());
 
   // The last face takes the seed's slot 0; the others keep their own.
   std::vector<std::uint32_t> faceAt(faceCount - 1);
@@ -199,26 +217,26 @@ void Mesh::constructFromFaces(std::vector<Face> const& faces) {
   SlotSet matching(faceCount - 1);
 
   auto const addToFront = [&](Edge const& e) {
-    auto const [first, last] = table.find(key(e.org(), e.dest()));
+    auto const [first, last] = table.find(e.org(), e.dest());
     if (first == last || table.front(first) != none)
       return;
     table.front(first) = static_cast<std::uint32_t>(e.getTriangle()->serial);
-    for (std::size_t i = first; i < last; ++i) {
+    for (std::uint32_t i = first; i < last; ++i) {
       std::uint32_t const f = table.face(i);
       if (slotOf[f] != none && matchingEdges[f]++ == 0)
         matching.insert(slotOf[f]);
     }
   };
-  auto const removeFromFront = [&](std::pair<std::size_t, std::size_t> entries) {
+  auto const removeFromFront = [&](std::pair<std::uint32_t, std::uint32_t> entries) {
     table.front(entries.first) = none;
-    for (std::size_t i = entries.first; i < entries.second; ++i) {
+    for (std::uint32_t i = entries.first; i < entries.second; ++i) {
       std::uint32_t const f = table.face(i);
       if (slotOf[f] != none && --matchingEdges[f] == 0)
         matching.erase(slotOf[f]);
     }
   };
 
-  Triangle* const seed = triangles.back().get();
+  Triangle* const seed = getTriangleBySerial(triangleCount - 1);
   for (std::int32_t k = 0; k < 3; ++k)
     addToFront(seed->getEdge(k));
 
@@ -233,16 +251,16 @@ void Mesh::constructFromFaces(std::vector<Face> const& faces) {
       throw Exception("Mesh construction failure");
     std::uint32_t const f = faceAt[slot];
     Face const& face = faces[f];
-    std::pair<std::size_t, std::size_t> matched;
+    std::pair<std::uint32_t, std::uint32_t> matched;
     Triangle* owner = nullptr;
     std::uint32_t y = 0;
     std::uint32_t z = 0;
     for (int k = 0; k < 3 && owner == nullptr; ++k) {
       y = face[(k + 1) % 3];
       z = face[(k + 2) % 3];
-      matched = table.find(key(y, face[k]));
+      matched = table.find(y, face[k]);
       if (matched.first != matched.second && table.front(matched.first) != none)
-        owner = triangles[table.front(matched.first)].get();
+        owner = getTriangleBySerial(table.front(matched.first));
     }
     matching.erase(slot);
     slotOf[f] = none;
@@ -270,8 +288,7 @@ void Mesh::constructFromFaces(std::vector<Face> const& faces) {
     cursor = slot + 1 < remaining ? slot + 1 : 0;
   }
   // The mesh is whole: each vertex keeps its anchor only.
-  for (auto& list : vertexTriangles)
-    list.resize(1);
+  moreFanEntries = std::vector<std::vector<Triangle*>>();
 }
 
 } // namespace QARN::Geometry::ThreeDimensional::TriMesh

@@ -5,6 +5,7 @@
 #include <Progress/ProgressStage.h>
 #include <QARN/Exception.h>
 
+#include <array>
 #include <cstdio>
 #include <fstream>
 #include <memory>
@@ -45,21 +46,30 @@ struct FileCloser {
 };
 using File = std::unique_ptr<std::FILE, FileCloser>;
 
+/// The remaining size of a file read up to position, or 0 when it cannot be told.
+std::size_t getRemainingSize(std::FILE* file, std::size_t position) {
+  if (std::fseek(file, 0, SEEK_END) != 0)
+    return 0;
+  long const end = std::ftell(file);
+  if (std::fseek(file, static_cast<long>(position), SEEK_SET) != 0)
+    throw Exception("Cannot open file");
+  return end > static_cast<long>(position) ? static_cast<std::size_t>(end) - position : 0;
+}
+
+/// The whole file. Its size is asked only once it has given some bytes: a directory opens but
+/// reads nothing (as reading it character by character would), and reports an absurd size.
 std::string readFile(char const* name) {
   File const file(std::fopen(name, "rb"));
   if (!file)
     throw Exception("Cannot open file");
-  std::string text;
-  if (std::fseek(file.get(), 0, SEEK_END) == 0) {
-    long const size = std::ftell(file.get());
-    if (size > 0)
-      text.reserve(static_cast<std::size_t>(size));
-    std::rewind(file.get());
+  std::string text(std::size_t(1) << 16, '\0');
+  std::size_t size = std::fread(&text[0], 1, text.size(), file.get());
+  // Until fread gives less than asked: the end of the file, or a read error.
+  for (bool first = true; size == text.size(); first = false) {
+    text.resize(first ? size + getRemainingSize(file.get(), size) + 1 : 2 * text.size());
+    size += std::fread(&text[size], 1, text.size() - size, file.get());
   }
-  char buffer[1 << 16];
-  std::size_t read;
-  while ((read = std::fread(buffer, 1, sizeof buffer, file.get())) > 0)
-    text.append(buffer, read);
+  text.resize(size);
   return text;
 }
 
@@ -170,16 +180,22 @@ FileContents Mesh::load(char const* name) {
   std::string const text = readFile(name);
   MeshTextScanner scanner(text);
 
-  // 3-D points: "v" and three numbers. The count of "v " only scales the progress.
+  // 3-D points: "v" and three numbers. The count of "v " only scales the progress. The numbers
+  // are gathered first so that the vertices are built in place, once.
   {
     ProgressStage stage(listener, "Reading 3D coordinates...",
                         listener != nullptr ? scanner.count('v', ' ') + 1 : 0);
-    float xyz[3];
+    std::vector<std::array<float, 3>> points;
+    std::array<float, 3> xyz;
     while (scanner.skipPast('v'))
-      if (scanner.readFloats(xyz, 3) == 3) {
-        addVertex(Vertex(Point(xyz[0], xyz[1], xyz[2])));
-        stage.step(vertices.size());
+      if (scanner.readFloats(xyz.data(), 3) == 3) {
+        points.push_back(xyz);
+        stage.step(points.size());
       }
+    vertices.reserve(points.size());
+    vertexTriangles.reserve(points.size());
+    for (auto const& p : points)
+      addVertex(Vertex(Point(p[0], p[1], p[2])));
   }
   if (vertices.empty())
     throw Exception("File does not contain 3D data");

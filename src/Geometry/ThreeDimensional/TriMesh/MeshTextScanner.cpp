@@ -13,7 +13,7 @@ bool isSpace(char c) {
   return c == ' ' || (c >= '\t' && c <= '\r');
 }
 bool isDigit(char c) {
-  return c >= '0' && c <= '9';
+  return static_cast<unsigned char>(c - '0') < 10;
 }
 bool isHexDigit(char c) {
   return isDigit(c) || (c >= 'a' && c <= 'f') || (c >= 'A' && c <= 'F');
@@ -21,6 +21,11 @@ bool isHexDigit(char c) {
 char lower(char c) {
   return (c >= 'A' && c <= 'Z') ? static_cast<char>(c - 'A' + 'a') : c;
 }
+
+/// The powers of ten that doubles hold exactly.
+constexpr double powersOfTen[23] = {1e0,  1e1,  1e2,  1e3,  1e4,  1e5,  1e6,  1e7,
+                                    1e8,  1e9,  1e10, 1e11, 1e12, 1e13, 1e14, 1e15,
+                                    1e16, 1e17, 1e18, 1e19, 1e20, 1e21, 1e22};
 
 /// The C library's conversion of a matched number text (without its sign).
 float convert(char const* first, char const* last) {
@@ -89,8 +94,10 @@ int MeshTextScanner::readInts(std::int32_t* values, int count) {
 }
 
 void MeshTextScanner::skipSpace() {
-  while (cursor != end && isSpace(*cursor))
-    ++cursor;
+  char const* p = cursor;
+  while (isSpace(*p))
+    ++p;
+  cursor = p;
 }
 
 bool MeshTextScanner::matchWord(char const* rest) {
@@ -103,10 +110,48 @@ bool MeshTextScanner::matchWord(char const* rest) {
   return true;
 }
 
+bool MeshTextScanner::readPlainDecimal(float& value) {
+  char const* p = cursor;
+  bool const negative = *p == '-';
+  if (*p == '-' || *p == '+')
+    ++p;
+  char const* const first = p;
+  std::uint64_t mantissa = 0;
+  for (; isDigit(*p); ++p)
+    mantissa = mantissa * 10 + static_cast<std::uint64_t>(*p - '0');
+  std::ptrdiff_t digits = p - first;
+  std::ptrdiff_t decimals = 0;
+  if (p != end && *p == '.') {
+    char const* const point = p++;
+    for (; isDigit(*p); ++p)
+      mantissa = mantissa * 10 + static_cast<std::uint64_t>(*p - '0');
+    decimals = p - point - 1;
+    digits += decimals;
+  }
+  bool const hexadecimal = p == first + 1 && *first == '0' && p != end && lower(*p) == 'x';
+  if (digits == 0 || digits > 19 || decimals > 22 || mantissa > (std::uint64_t(1) << 53) ||
+      hexadecimal || (p != end && lower(*p) == 'e'))
+    return false;
+  // Exact operands: one division gives the nearest double. Its nearest float is the text's unless
+  // the double lies halfway between two floats (its 29 bits below a float's precision are
+  // 1000...0), where the text may lie on either side.
+  double const nearest = static_cast<double>(mantissa) / powersOfTen[decimals];
+  std::uint64_t bits;
+  std::memcpy(&bits, &nearest, sizeof bits);
+  if ((bits & 0x1FFFFFFFu) == 0x10000000u)
+    return false;
+  auto const magnitude = static_cast<float>(nearest);
+  value = negative ? -magnitude : magnitude;
+  cursor = p;
+  return true;
+}
+
 bool MeshTextScanner::readFloat(float& value) {
   skipSpace();
   if (cursor == end)
     return false;
+  if (readPlainDecimal(value))
+    return true;
   bool negative = false;
   if (*cursor == '-' || *cursor == '+') {
     negative = *cursor++ == '-';
@@ -184,15 +229,19 @@ bool MeshTextScanner::readInt(std::int32_t& value) {
   bool negative = false;
   if (*cursor == '-' || *cursor == '+')
     negative = *cursor++ == '-';
-  if (cursor == end || !isDigit(*cursor))
+  if (!isDigit(*cursor))
     return false;
   // The library converts to a saturating 64-bit long and stores its low 32 bits.
   constexpr std::uint64_t limit = std::uint64_t(1) << 63;
+  constexpr std::uint64_t safe = (limit - 9) / 10;
   std::uint64_t magnitude = 0;
-  for (; cursor != end && isDigit(*cursor); ++cursor) {
-    auto const digit = static_cast<std::uint64_t>(*cursor - '0');
-    magnitude = magnitude > (limit - digit) / 10 ? limit : magnitude * 10 + digit;
+  char const* p = cursor;
+  for (; isDigit(*p); ++p) {
+    auto const digit = static_cast<std::uint64_t>(*p - '0');
+    magnitude =
+        magnitude <= safe || magnitude <= (limit - digit) / 10 ? magnitude * 10 + digit : limit;
   }
+  cursor = p;
   std::uint64_t bits;
   if (negative)
     bits = magnitude >= limit ? limit : std::uint64_t(0) - magnitude;

@@ -11,7 +11,8 @@ namespace QARN::Geometry::ThreeDimensional::TriMesh {
 /// library's formatted input (" %f", " %d") matches them from a stream on this platform: the same
 /// characters are consumed on success and on failure, and the values are those it stores, so a
 /// pass of skipPast/read calls gives the records a character-by-character reader driven by
-/// fscanf would give.
+/// fscanf would give. The loops over digits and spaces stop at the NUL that follows the text of a
+/// std::string.
 class MeshTextScanner {
 public:
   explicit MeshTextScanner(std::string const& text)
@@ -36,6 +37,9 @@ public:
 
 private:
   void skipSpace();
+  /// The common number form, [sign] digits [. digits] without exponent, where it converts
+  /// cheaply; false (nothing consumed) otherwise.
+  bool readPlainDecimal(float& value);
   bool readFloat(float& value);
   bool readInt(std::int32_t& value);
   /// Matches the rest of a word case-insensitively, consuming a mismatching character too.

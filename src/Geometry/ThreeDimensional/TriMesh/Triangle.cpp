@@ -7,17 +7,6 @@
 
 namespace QARN::Geometry::ThreeDimensional::TriMesh {
 
-Triangle::Triangle(Mesh* mesh, std::vector<std::uint32_t> vertexIndices,
-                   std::vector<Triangle*> adjacentTriangles,
-                   std::vector<std::uint32_t> adjacentEdgeIndices)
-    : mesh(mesh) {
-  for (int k = 0; k < 3; ++k) {
-    this->vertexIndices[k] = vertexIndices[k];
-    this->adjacentTriangles[k] = adjacentTriangles[k];
-    this->adjacentEdgeIndices[k] = adjacentEdgeIndices[k];
-  }
-}
-
 Triangle::Triangle(Triangle const& t) : mesh(nullptr) {
   *this = t;
 }
@@ -67,13 +56,9 @@ bool Triangle::getDoesContainEdgeCompliment(std::uint32_t a, std::uint32_t b,
 bool Triangle::connect(std::int32_t k, Triangle* other, std::uint32_t m) {
   std::uint32_t const kk = mod3(k);
   std::uint32_t const mm = m % 3;
-  // A slot is free for the pair when it is empty or already holds exactly this gluing.
-  bool const thisFree = adjacentTriangles[kk] == nullptr ||
-                        (adjacentTriangles[kk] == other && adjacentEdgeIndices[kk] == mm);
-  bool const otherFree =
-      other->adjacentTriangles[mm] == nullptr ||
-      (other->adjacentTriangles[mm] == this && other->adjacentEdgeIndices[mm] == kk);
-  if (!thisFree || !otherFree)
+  // A slot is free for the pair when it is empty or already holds the other triangle.
+  if ((adjacentTriangles[kk] != nullptr && adjacentTriangles[kk] != other) ||
+      (other->adjacentTriangles[mm] != nullptr && other->adjacentTriangles[mm] != this))
     return false;
   adjacentTriangles[kk] = other;
   adjacentEdgeIndices[kk] = mm;

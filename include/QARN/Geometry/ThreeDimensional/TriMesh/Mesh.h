@@ -10,6 +10,7 @@
 #include <QARN/Progress/ProgressTerminator.h>
 
 #include <array>
+#include <cstddef>
 #include <cstdint>
 #include <memory>
 #include <string>
@@ -19,10 +20,10 @@
 namespace QARN::Geometry::ThreeDimensional::TriMesh {
 
 /// A triangle mesh of an inspected surface. Connectivity lives in the triangles; they are reached
-/// from the vertices through each vertex's anchor triangle (entry 0 of its list; a list ending in
-/// null marks a floating vertex). The mesh owns its triangles. Walks around a vertex follow the
-/// fan rule: start at an edge leaving the vertex, rewind with oprev to the first edge of the fan
-/// on a boundary vertex, then advance with onext until back at the start or at the boundary.
+/// from the vertices through each vertex's anchor triangle (null marks a floating vertex). The
+/// mesh owns its triangles. Walks around a vertex follow the fan rule: start at an edge leaving
+/// the vertex, rewind with oprev to the first edge of the fan on a boundary vertex, then advance
+/// with onext until back at the start or at the boundary.
 class Mesh {
 public:
   /// Element i of the first vector is a vertex on the cut, element i of the second its copy.
@@ -78,8 +79,14 @@ private:
   /// Removes floating vertices, renumbering the others in their order.
   void clean();
 
-  // Construction (MeshConstruction.cpp).
+  // Triangle storage (Mesh.cpp).
+  Triangle* getTriangleBySerial(std::size_t serial) const {
+    return triangleBlocks[serial / trianglesPerBlock].get() + serial % trianglesPerBlock;
+  }
+  /// Builds the triangle (a, b, c) without neighbours.
   Triangle* createTriangle(std::uint32_t a, std::uint32_t b, std::uint32_t c);
+
+  // Construction (MeshConstruction.cpp).
   bool addFloatingTriangle(std::vector<std::uint32_t> const& indices);
   bool addBoundaryTriangle(Edge const& edge, std::int32_t vertexIndex);
   bool getBoundaryEdgeFromFans(std::uint32_t v, std::uint32_t w, Edge* out) const;
@@ -93,14 +100,26 @@ private:
   void saveCutEdgeIndices(std::string const& path, CutEdgeIndices const& indices) const;
   void loadCutEdgeIndices(std::string const& path, CutEdgeIndices& indices);
 
-  std::vector<std::vector<Triangle*>> vertexTriangles;
+  /// Frees the storage of a block of triangles whose triangles were destroyed.
+  struct TriangleBlockDeleter {
+    void operator()(Triangle* block) const;
+  };
+  static constexpr std::size_t trianglesPerBlock = 1024;
+
+  /// The anchor triangle of each vertex: one that uses it, null while the vertex is floating.
+  std::vector<Triangle*> vertexTriangles;
   std::vector<Vertex> vertices;
   std::string fileName;
   CutEdgeIndices cutEdgeIndices;
   ProgressListener* progressListener = nullptr;
   ProgressTerminator* progressTerminator = nullptr;
-  /// Every triangle of the mesh in creation order (index = serial).
-  std::vector<std::unique_ptr<Triangle>> triangles;
+  /// Every triangle of the mesh in creation order (index = serial), built in place in blocks so
+  /// that a triangle costs no allocation of its own.
+  std::vector<std::unique_ptr<Triangle, TriangleBlockDeleter>> triangleBlocks;
+  std::size_t triangleCount = 0;
+  /// While a mesh is grown: per vertex, the fans' first triangles after its anchor (see
+  /// MeshConstruction.cpp); sized only once some vertex has more than one fan.
+  std::vector<std::vector<Triangle*>> moreFanEntries;
 };
 
 } // namespace QARN::Geometry::ThreeDimensional::TriMesh

@@ -4,9 +4,9 @@
 #include <QARN/Geometry/ThreeDimensional/TriMesh/Edge.h>
 #include <QARN/Geometry/TwoDimensional/BoundingBoxAA.h>
 
+#include <array>
 #include <cstddef>
 #include <cstdint>
-#include <vector>
 
 namespace QARN::Geometry::ThreeDimensional::TriMesh {
 
@@ -51,9 +51,13 @@ private:
   /// All bits set: no edge.
   static constexpr std::uint32_t invalidEdgeIndex = 0xFFFFFFFFu;
 
-  Triangle(Mesh* mesh, std::vector<std::uint32_t> vertexIndices,
-           std::vector<Triangle*> adjacentTriangles,
-           std::vector<std::uint32_t> adjacentEdgeIndices);
+  Triangle(Mesh* mesh, std::array<std::uint32_t, 3> const& vertexIndices,
+           std::array<Triangle*, 3> const& adjacentTriangles,
+           std::array<std::uint32_t, 3> const& adjacentEdgeIndices)
+      : vertexIndices{vertexIndices[0], vertexIndices[1], vertexIndices[2]},
+        adjacentTriangles{adjacentTriangles[0], adjacentTriangles[1], adjacentTriangles[2]},
+        adjacentEdgeIndices{adjacentEdgeIndices[0], adjacentEdgeIndices[1], adjacentEdgeIndices[2]},
+        mesh(mesh) {}
 
   static std::uint32_t mod3(std::int32_t k) { return static_cast<std::uint32_t>(k) % 3; }
 
@@ -61,7 +65,8 @@ private:
     vertexIndices[mod3(k)] = index;
   }
   /// Glues edge k of this to edge m of other. Refuses (false, nothing changed) when either slot
-  /// already holds a different neighbour; re-connecting the same pair is accepted.
+  /// already holds a triangle other than the one it is glued to; re-connecting the same pair of
+  /// triangles is accepted, whatever edge indices the slots held.
   bool connect(std::int32_t k, Triangle* other, std::uint32_t m);
   /// Slot k becomes a boundary slot; the neighbour is not touched.
   void makeBoundary(std::int32_t k);
