@@ -1,50 +1,28 @@
 #include <QARN/Geometry/ThreeDimensional/TriMesh/Mesh.h>
 
-#include "Fan.h"
-
 #include <cmath>
 
 namespace QARN::Geometry::ThreeDimensional::TriMesh {
 
 void Mesh::calculateVertexNormals() {
   std::uint32_t const n = getNumberOfVertices();
-  // The vertices in the order their first triangles were made: the triangles of a fan were made
-  // at nearby times, so that consecutive fans share what the cache holds. Vertices without a
-  // triangle come last.
-  std::vector<std::uint32_t> order;
-  order.reserve(n);
-  std::vector<bool> queued(n, false);
-  for (std::size_t s = 0; s < triangleCount; ++s)
-    for (std::uint32_t const v : getTriangleBySerial(s)->vertexIndices)
-      if (v < n && !queued[v]) {
-        queued[v] = true;
-        order.push_back(v);
-      }
-  for (std::uint32_t v = 0; v < n; ++v)
-    if (!queued[v])
-      order.push_back(v);
-
-  for (std::uint32_t const v : order) {
-    Vector sum;
-    // Each cross product is the triangle's normal scaled by twice its area: the edge out of v
-    // crossed with the edge that follows it.
-    auto const add = [&](Edge const& e) {
-      std::uint32_t const* const corners = e.getTriangle()->vertexIndices;
-      Point const& org = vertices[e.org()].getPoint3D();
-      Point const& dest = vertices[e.dest()].getPoint3D();
-      Point const& third = vertices[corners[e.getTriangleEdgeIndex()]].getPoint3D();
-      sum += (dest - org).cross(third - dest);
-      return false;
-    };
-    Edge const anchor = getVertexArbitraryEdge(v);
-    // A fan that closes is summed from the anchor edge in one walk; one that meets the boundary
-    // is summed again from its first edge.
-    if (anchor.getTriangle() != nullptr && walkFan(anchor, add) == FanWalkEnd::Boundary) {
-      sum = Vector();
-      walkFan(getFanStart(anchor), add);
-    }
-    double const length = std::sqrt(sum.lSqr());
-    vertices[v].setNormal3D(length > 0.0 ? sum / length : Vector());
+  std::vector<Vector> sums(n);
+  // One pass over the triangles in creation order: each adds its normal, scaled by twice its
+  // area, to its three corners, so a vertex sums the triangles around it.
+  for (std::size_t s = 0; s < triangleCount; ++s) {
+    std::uint32_t const* const corners = getTriangleBySerial(s)->vertexIndices;
+    if (corners[0] >= n || corners[1] >= n || corners[2] >= n)
+      continue;
+    Point const& p0 = vertices[corners[0]].getPoint3D();
+    Point const& p1 = vertices[corners[1]].getPoint3D();
+    Point const& p2 = vertices[corners[2]].getPoint3D();
+    Vector const normal = (p1 - p0).cross(p2 - p1);
+    for (int k = 0; k < 3; ++k)
+      sums[corners[k]] += normal;
+  }
+  for (std::uint32_t v = 0; v < n; ++v) {
+    double const length = std::sqrt(sums[v].lSqr());
+    vertices[v].setNormal3D(length > 0.0 ? sums[v] / length : Vector());
   }
 }
 

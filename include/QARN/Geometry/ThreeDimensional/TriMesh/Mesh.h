@@ -39,7 +39,7 @@ public:
   /// Vertex i modulo the vertex count; throws "Invalid vertex index" on an empty mesh.
   Vertex& getVertex(std::uint32_t i);
   Vertex const& getVertex(std::uint32_t i) const;
-  /// Sets every vertex normal to the unit area-weighted normal of the triangles of its fan (the
+  /// Sets every vertex normal to the unit area-weighted normal of the triangles around it (the
   /// zero vector where that sum vanishes or the vertex has no triangle).
   void calculateVertexNormals();
 
