@@ -3,6 +3,8 @@
 
 #include <QARN/Geometry/ThreeDimensional/QuadMesh/RectMesh.h>
 
+#include <common/Support.h>
+
 #include <cstdint>
 #include <functional>
 
@@ -13,6 +15,11 @@ using QARN::Geometry::ThreeDimensional::Vector;
 using QARN::Geometry::ThreeDimensional::QuadMesh::RectMesh;
 using GridPoint = QARN::Geometry::TwoDimensional::Point<int>;
 using Extents = QARN::Geometry::TwoDimensional::Vector<std::uint32_t>;
+using Offset = QARN::Geometry::TwoDimensional::Vector<int>;
+using QARN::Test::messageOf;
+using QARN::Test::readFile;
+using QARN::Test::tempPath;
+using QARN::Test::writeFile;
 
 /// A mesh whose grid the tests build point by point.
 class GridMesh : public RectMesh {

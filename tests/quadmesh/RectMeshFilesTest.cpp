@@ -1,16 +1,13 @@
-#include <QARN/Exception.h>
+#include "QuadMeshTestSupport.h"
+
 #include <QARN/Geometry/ThreeDimensional/QuadMesh/LinearScaleRectMesh.h>
-#include <QARN/Geometry/ThreeDimensional/QuadMesh/RectMesh.h>
 #include <QARN/IOFailure.h>
 #include <QARN/Progress/ProgressListener.h>
-
-#include <common/TempFiles.h>
 
 #include <gtest/gtest.h>
 
 #include <cmath>
 #include <cstdint>
-#include <cstdlib>
 #include <cstring>
 #include <filesystem>
 #include <fstream>
@@ -18,28 +15,11 @@
 #include <string>
 #include <vector>
 
+namespace QuadMeshTest {
 namespace {
 
-using QARN::Geometry::ThreeDimensional::Point;
 using QARN::Geometry::ThreeDimensional::QuadMesh::LinearScaleRectMesh;
-using QARN::Geometry::ThreeDimensional::QuadMesh::RectMesh;
-using GridPoint = QARN::Geometry::TwoDimensional::Point<int>;
-using Extents = QARN::Geometry::TwoDimensional::Vector<std::uint32_t>;
-using Bytes = std::vector<unsigned char>;
-
-class GridMesh : public RectMesh {
-public:
-  using RectMesh::init;
-};
-
-class ScaledMesh : public LinearScaleRectMesh {
-public:
-  using RectMesh::init;
-};
-
-std::string tempPath(std::string const& name) {
-  return QARN::Test::getTestFilePath(name);
-}
+using Bytes = std::string;
 
 // Appends x little-endian, independently of the library's own field writers.
 template <typename T>
@@ -47,40 +27,21 @@ void put(Bytes& b, T x) {
   std::uint64_t bits = 0;
   std::memcpy(&bits, &x, sizeof x);
   for (std::size_t i = 0; i < sizeof x; ++i)
-    b.push_back(static_cast<unsigned char>(bits >> (8 * i)));
+    b.push_back(static_cast<char>(bits >> (8 * i)));
 }
 
 // Magic, version, name field, U, V and the areas (mean, min, max).
 Bytes header(std::uint32_t version, std::string name, std::uint32_t U, std::uint32_t V, double mean,
              double min, double max) {
-  Bytes b{'Q', 'A', 'R', 'N', 'Q', 'u', 'a', 'd'};
+  Bytes b = "QARNQuad";
   put(b, version);
   name.resize(128, '\0');
-  b.insert(b.end(), name.begin(), name.end());
+  b += name;
   for (std::uint32_t x : {U, V})
     put(b, x);
   for (double x : {mean, min, max})
     put(b, x);
   return b;
-}
-
-void writeFile(std::string const& path, Bytes const& b) {
-  std::ofstream(path, std::ios::binary).write(reinterpret_cast<char const*>(b.data()), b.size());
-}
-
-Bytes readFile(std::string const& path) {
-  std::ifstream in(path, std::ios::binary);
-  return Bytes(std::istreambuf_iterator<char>(in), {});
-}
-
-template <typename Call>
-std::string messageOf(Call call) {
-  try {
-    call();
-  } catch (std::exception const& e) {
-    return e.what();
-  }
-  return "no exception";
 }
 
 // The coordinates of grid point (u, v) in the tests' meshes.
@@ -96,7 +57,7 @@ void pointRecord(Bytes& b, Point const& p) {
 TEST(RectMeshFiles, Version0LoadsValidityRebuildsRegionsAndSavesAsVersion1) {
   // 2 x 1 quads; point (2, 0) is invalid and its record holds garbage.
   Bytes file = header(0, "ignored", 2, 1, 1.5, 0.25, 4.0);
-  file.insert(file.end(), {2, 1, 0, 7, 1, 255});
+  file += {2, 1, 0, 7, 1, char(255)};
   for (int i = 0; i < 6; ++i)
     for (double x : {0.1 * (i % 3), -2.5 * (i / 3), i % 3 + 10.0 * (i / 3)})
       put(file, i == 2 ? 99.0 : x);
@@ -122,7 +83,7 @@ TEST(RectMeshFiles, Version0LoadsValidityRebuildsRegionsAndSavesAsVersion1) {
 
   Bytes expected = header(1, "", 2, 1, 1.5, 0.25, 4.0);
   put(expected, 0u);
-  expected.insert(expected.end(), std::begin(flags), std::end(flags));
+  expected.append(std::begin(flags), std::end(flags));
   for (int i : {0, 1, 3, 4, 5})
     pointRecord(expected, pointAt(i % 3, i / 3));
   std::string const saved = tempPath("out\\saved.quads");
@@ -133,12 +94,9 @@ TEST(RectMeshFiles, Version0LoadsValidityRebuildsRegionsAndSavesAsVersion1) {
 }
 
 TEST(RectMeshFiles, Version1RoundTripKeepsFlagBytesNameAndScaledPoints) {
-  ScaledMesh mesh;
-  mesh.init(Extents(3, 2));
+  LinearScaleRectMesh mesh;
+  static_cast<RectMesh&>(mesh) = GridMesh(3, 2, pointAt);
   mesh.setScale(2.0);
-  for (int v = 0; v <= 2; ++v)
-    for (int u = 0; u <= 3; ++u)
-      mesh.setPoint(GridPoint(u, v), pointAt(u, v));
   mesh.setPointFlags(GridPoint(1, 1), 0x1D);       // valid, boundary, bit 3, marked
   mesh.setPointFlags(GridPoint(2, 0), char(0xF6)); // invalid, other bits set
   mesh.setMeshName(std::string(100, 'a') + std::string(100, 'b'));
@@ -170,7 +128,7 @@ TEST(RectMeshFiles, Version1ReadsDoubleAndIntCoordinatesOfValidPointsOnly) {
   for (std::uint32_t type : {1u, 2u}) {
     Bytes file = header(1, "name", 1, 0, 0, 0, 0);
     put(file, type);
-    file.insert(file.end(), {0, 0x11});
+    file += {0, 0x11};
     for (std::int32_t x : {-7, 3, 2147483647})
       type == 1 ? put(file, double(x)) : put(file, x);
     std::string const path = tempPath("typed.quads");
@@ -191,10 +149,7 @@ TEST(RectMeshFiles, EmptyAndOnePointMeshesWriteOneFlagByte) {
   expected.push_back(0);
   RectMesh().save(path.c_str());
   EXPECT_EQ(expected, readFile(path));
-  GridMesh one;
-  one.init(Extents(0, 0));
-  one.setPoint(GridPoint(0, 0), pointAt(3, 4));
-  one.save(path.c_str());
+  GridMesh(0, 0, [](int, int) { return pointAt(3, 4); }).save(path.c_str());
   expected.back() = 1;
   pointRecord(expected, pointAt(3, 4));
   EXPECT_EQ(expected, readFile(path));
@@ -204,34 +159,33 @@ TEST(RectMeshFiles, MalformedFilesAreRefusedBeforeTheGridChanges) {
   auto v1 = [](std::uint32_t U, std::uint32_t V, std::uint32_t type, Bytes const& body) {
     Bytes b = header(1, "", U, V, 0, 0, 0);
     put(b, type);
-    b.insert(b.end(), body.begin(), body.end());
+    b += body;
     return b;
   };
-  Bytes const valid = v1(1, 0, 0, {1, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0});
+  Bytes const valid = v1(1, 0, 0, Bytes(1, 1) + Bytes(13, 0));
   Bytes badMagic = valid, noNul = valid, version2 = valid, v0 = header(0, "", 0, 0, 0, 0, 0);
   badMagic[7] = 'D';
   std::fill(noNul.begin() + 12, noNul.begin() + 140, 'n');
   version2[8] = 2;
-  v0.insert(v0.end(), 1 + 23, 1); // one byte short of its point
+  v0.append(1 + 23, 1); // one byte short of its point
   std::string const invalid = "Invalid .quads file.";
   std::pair<Bytes, std::string> const cases[] = {
       {Bytes(valid.begin(), valid.begin() + 5), invalid},
       {Bytes(valid.begin(), valid.begin() + 175), invalid},
       {badMagic, invalid},
       {noNul, invalid},
-      {v1(1, 0, 0, {1}), invalid},
+      {v1(1, 0, 0, Bytes(1, 1)), invalid},
       {Bytes(valid.begin(), valid.end() - 1), invalid},
       {v0, invalid},
-      {v1(0x7FFFFFFF, 0, 0, Bytes(1 << 16)), invalid},
-      {v1(0x7FFFFFFE, 0x7FFFFFFE, 0, Bytes(1 << 16)), invalid},
-      {v1(1, 0, 3, {0, 0}), "Unsupported coordinate data-type"},
+      {v1(0x7FFFFFFF, 0, 0, Bytes(1 << 16, 0)), invalid},
+      {v1(0x7FFFFFFE, 0x7FFFFFFE, 0, Bytes(1 << 16, 0)), invalid},
+      {v1(1, 0, 3, Bytes(2, 0)), "Unsupported coordinate data-type"},
       {version2, "Unsupported .quad file version."},
   };
   std::string const path = tempPath("bad.quads");
   for (auto const& [bytes, message] : cases) {
     writeFile(path, bytes);
-    GridMesh mesh;
-    mesh.init(Extents(4, 5));
+    GridMesh mesh = flatGrid(4, 5);
     EXPECT_EQ(message, messageOf([&] { mesh.load(path.c_str()); })) << bytes.size();
     EXPECT_EQ(Extents(4, 5), mesh.getExtents());
   }
@@ -240,27 +194,24 @@ TEST(RectMeshFiles, MalformedFilesAreRefusedBeforeTheGridChanges) {
   // The header alone decides here: the largest extents whose indices fit in int pass.
   std::uint32_t U, V;
   double a, b, c;
-  writeFile(path, v1(0x7FFFFFFE, 0x7FFFFFFE, 0, {}));
+  writeFile(path, v1(0x7FFFFFFE, 0x7FFFFFFE, 0, ""));
   RectMesh::getFileHeaderItems(path.c_str(), U, V, a, b, c);
   EXPECT_EQ(0x7FFFFFFEu, U);
   EXPECT_EQ(0x7FFFFFFEu, V);
-  writeFile(path, v1(0, 0x7FFFFFFF, 0, {}));
+  writeFile(path, v1(0, 0x7FFFFFFF, 0, ""));
   EXPECT_EQ(invalid, messageOf([&] { RectMesh::getFileHeaderItems(path.c_str(), U, V, a, b, c); }));
 }
 
 TEST(RectMeshFiles, SaveChoosesTheFormatByNameAndReportsOpenFailures) {
-  GridMesh mesh;
-  mesh.init(Extents(2, 1));
-  for (int i : {0, 1, 2, 3, 4})
-    mesh.setPoint(GridPoint(i % 3, i / 3), pointAt(i % 3, i / 3));
+  GridMesh mesh(2, 1, pointAt);
+  mesh.setPointValidity(GridPoint(2, 1), false); // still written as a vertex, in no face
   std::string const obj = tempPath("grid.obj");
   mesh.save(obj.c_str());
   EXPECT_EQ(obj, mesh.getFileName());
-  Bytes const text = readFile(obj);
   EXPECT_EQ("#\n# Proprietary data of Tarvelin QARN - do not distribute\n#\n\ng Vertices\n"
-            "v 0 -0 0\nv 0.1 -0 1\nv 0.2 -0 2\nv 0 -2.5 10\nv 0.1 -2.5 11\nv 0 0 0\n"
+            "v 0 -0 0\nv 0.1 -0 1\nv 0.2 -0 2\nv 0 -2.5 10\nv 0.1 -2.5 11\nv 0.2 -2.5 12\n"
             "\ng Faces\nf 1 2 5 4\n",
-            std::string(text.begin(), text.end()));
+            readFile(obj));
   for (char const* name : {"a.obj.quads", "a.quads.obj"}) {
     mesh.save(tempPath(name).c_str());
     EXPECT_EQ('Q', readFile(tempPath(name)).at(0)) << name;
@@ -269,13 +220,13 @@ TEST(RectMeshFiles, SaveChoosesTheFormatByNameAndReportsOpenFailures) {
   std::string const missing = tempPath("missing/dir/mesh.quads");
   std::string const open = "Quad-mesh file open failure.";
   EXPECT_EQ("Unsupported file extension", messageOf([&] { mesh.save("mesh.QUADS"); }));
-  EXPECT_EQ(open, messageOf([&] { mesh.save(missing.c_str()); }));
-  EXPECT_EQ(open, messageOf([&] { mesh.saveAsOBJ(missing.c_str()); }));
-  EXPECT_EQ(open, messageOf([&] { mesh.load(missing.c_str()); }));
+  EXPECT_EQ(open, messageOf<QARN::IOFailure>([&] { mesh.save(missing.c_str()); }));
+  EXPECT_EQ(open, messageOf<QARN::IOFailure>([&] { mesh.saveAsOBJ(missing.c_str()); }));
+  EXPECT_EQ(open, messageOf<QARN::IOFailure>([&] { mesh.load(missing.c_str()); }));
   std::uint32_t U, V;
   double a, b, c;
-  EXPECT_EQ(open, messageOf([&] { RectMesh::getFileHeaderItems(missing.c_str(), U, V, a, b, c); }));
-  EXPECT_THROW(mesh.load(missing.c_str()), std::ios_base::failure);
+  EXPECT_EQ(open, messageOf<QARN::IOFailure>(
+                      [&] { RectMesh::getFileHeaderItems(missing.c_str(), U, V, a, b, c); }));
   EXPECT_EQ(tempPath("a.quads.obj"), mesh.getFileName());
 }
 
@@ -283,7 +234,7 @@ TEST(RectMeshFiles, QuadAreaDistributionUsesTheStoredStatistics) {
   // Quads of area 1 and 2, stored as min 1, max 2, mean 1.5: they fall in the first and last bin.
   Bytes file = header(1, "", 2, 1, 1.5, 1.0, 2.0);
   put(file, 0u);
-  file.insert(file.end(), 6, 1);
+  file.append(6, 1);
   for (Point const& p : {Point(0, 0, 0), Point(1, 0, 0), Point(2, 0, 0), Point(0, 1, 0),
                          Point(1, 1, 0), Point(2, 3, 0)})
     pointRecord(file, p);
@@ -307,8 +258,9 @@ TEST(RectMeshFiles, QuadAreaDistributionUsesTheStoredStatistics) {
   std::string area, fraction;
   none >> area >> fraction;
   EXPECT_TRUE(std::isnan(std::stod(area)) && std::isnan(std::stod(fraction))) << area << fraction;
-  EXPECT_EQ("Quad area distribution file open failure.",
-            messageOf([&] { mesh.saveQuadAreaDistribution(tempPath("missing/areas.txt")); }));
+  EXPECT_EQ("Quad area distribution file open failure.", messageOf<QARN::IOFailure>([&] {
+              mesh.saveQuadAreaDistribution(tempPath("missing/areas.txt"));
+            }));
 }
 
 TEST(RectMeshFiles, SaveReportsBothStagesInPercent) {
@@ -319,8 +271,7 @@ TEST(RectMeshFiles, SaveReportsBothStagesInPercent) {
     void setValue(char const*, double) override {}
     void setIteration(std::uint32_t) override {}
   } listener;
-  GridMesh mesh;
-  mesh.init(Extents(2, 1));
+  GridMesh mesh = flatGrid(2, 1);
   mesh.setProgressListener(&listener);
   mesh.save(tempPath("progress.quads").c_str());
   EXPECT_EQ("Writing point flags... 1 17 34 51 67 84 Writing quad points... 1 17 34 51 67 84 ",
@@ -330,7 +281,6 @@ TEST(RectMeshFiles, SaveReportsBothStagesInPercent) {
 TEST(RectMeshFiles, ShortNamesKeepTheirLastSeparator) {
   RectMesh mesh;
   EXPECT_EQ(mesh.getFileName(), mesh.getShortFileName());
-  EXPECT_EQ(0u, mesh.getFileName().find("Unnamed"));
   std::filesystem::create_directories(tempPath("sub.dir\\x"));
   std::string const path = tempPath("sub.dir\\x/mesh");
   mesh.save((path + ".quads").c_str());
@@ -341,3 +291,4 @@ TEST(RectMeshFiles, ShortNamesKeepTheirLastSeparator) {
 }
 
 } // namespace
+} // namespace QuadMeshTest

@@ -1,6 +1,7 @@
 #include "QuadMeshTestSupport.h"
 
 #include <QARN/Exception.h>
+#include <QARN/Geometry/ThreeDimensional/QuadMesh/Edge.h>
 #include <QARN/Geometry/ThreeDimensional/QuadMesh/LinearScaleRectMesh.h>
 #include <QARN/Geometry/ThreeDimensional/QuadMesh/QuadValidityGenerator.h>
 #include <QARN/Geometry/ThreeDimensional/QuadMesh/RectMesh.h>
@@ -15,15 +16,18 @@
 #include <cstring>
 #include <limits>
 #include <string>
+#include <vector>
 
 namespace QuadMeshTest {
 
 QARN_PRIVATE_MEMBER(IsBoundaryPoint, bool (RectMesh::*)(GridPoint const&) const,
                     RectMesh::getIsBoundaryPoint);
-QARN_PRIVATE_MEMBER(QuadSizes, void (RectMesh::*)(double*, double*, double*) const,
-                    RectMesh::getMaxMeanMinQuadSize);
 QARN_PRIVATE_MEMBER(NumberOfMBs, std::uint64_t (*)(std::uint32_t, std::uint32_t),
                     RectMesh::getNumberOfMBs);
+using QARN::Geometry::ThreeDimensional::QuadMesh::Edge;
+QARN_PRIVATE_MEMBER(EdgeMesh, RectMesh* Edge::*, Edge::mesh);
+QARN_PRIVATE_MEMBER(EdgeOrigin, GridPoint Edge::*, Edge::origin);
+QARN_PRIVATE_MEMBER(EdgeOrientation, Edge::Orientation Edge::*, Edge::orientation);
 
 namespace {
 
@@ -44,11 +48,10 @@ int nameNumber(RectMesh const& mesh) {
   return std::stoi(name.substr(7));
 }
 
-TEST(RectMeshGrid, EmptyMeshHasNoPointsAndMeshesAreNumbered) {
+TEST(RectMeshGrid, EmptyAndOnePointGridsAndImpossibleSizes) {
   RectMesh first;
   RectMesh second;
   EXPECT_EQ(nameNumber(first) + 1, nameNumber(second));
-  EXPECT_EQ(Extents(0, 0), first.getExtents());
   EXPECT_FALSE(first.getIsPointInBounds(GridPoint(0, 0)));
   first.setPoint(GridPoint(0, 0), Point(1, 2, 3));
   first.setPointFlags(GridPoint(0, 0), 1);
@@ -56,11 +59,21 @@ TEST(RectMeshGrid, EmptyMeshHasNoPointsAndMeshesAreNumbered) {
   EXPECT_EQ(Point(), first.getPoint(GridPoint(0, 0)));
   EXPECT_FALSE(first.getIntersection(Point(0, 0, 1), Vector(0, 0, -1)).getIsValid());
 
-  GridMesh mesh(0, 0, [](int, int) { return Point(); });
-  mesh.init(Extents(0, 0));
-  EXPECT_TRUE(mesh.getIsPointInBounds(GridPoint(0, 0)));
-  EXPECT_FALSE(mesh.getIsPointValid(GridPoint(0, 0)));
-  EXPECT_FALSE(mesh.getIsQuadValid(GridPoint(0, 0)));
+  GridMesh grid = flatGrid(2, 2);
+  for (std::uint32_t size : {0xFFFFFFFFu, 0x7FFFFFFFu}) {
+    EXPECT_EQ("Insufficient memory to initialise quad-mesh.",
+              messageOf<QARN::Exception>([&] { grid.init(Extents(size, size)); }));
+    EXPECT_EQ(Extents(0, 0), grid.getExtents());
+    EXPECT_FALSE(grid.getIsPointInBounds(GridPoint(0, 0)));
+  }
+  auto const mbs = get(NumberOfMBs{});
+  EXPECT_EQ(0u, mbs(41941, 0));
+  EXPECT_EQ(1u, mbs(41942, 0));
+  EXPECT_EQ(std::numeric_limits<std::uint64_t>::max() / 41943, mbs(0xFFFFFFFFu, 0xFFFFFFFFu));
+  grid.init(Extents(0, 0));
+  EXPECT_TRUE(grid.getIsPointInBounds(GridPoint(0, 0)));
+  EXPECT_FALSE(grid.getIsPointValid(GridPoint(0, 0)));
+  EXPECT_FALSE(grid.getIsQuadValid(GridPoint(0, 0)));
 }
 
 TEST(RectMeshGrid, FlagBitsAndBounds) {
@@ -88,44 +101,38 @@ TEST(RectMeshGrid, FlagBitsAndBounds) {
   }
   EXPECT_TRUE(grid.getIsPointInBounds(GridPoint(3, 2)));
   EXPECT_TRUE(grid.getIsQuadValid(GridPoint(2, 1)));
-  EXPECT_FALSE(grid.getIsQuadValid(GridPoint(3, 0)));
-  EXPECT_FALSE(grid.getIsQuadValid(GridPoint(0, 2)));
-  EXPECT_FALSE(grid.getIsQuadValid(GridPoint(-1, 0)));
+  for (GridPoint const& rim : {GridPoint(3, 0), GridPoint(0, 2), GridPoint(-1, 0)})
+    EXPECT_FALSE(grid.getIsQuadValid(rim)) << rim.getU() << "," << rim.getV();
 }
 
-TEST(RectMeshGrid, QuadValidityNeedsEveryCornerAndQuadPointsStopAtTheFirstInvalidOne) {
+TEST(RectMeshGrid, QuadValidityQuadPointsAndBoundaryPoints) {
   GridMesh grid = flatGrid(2, 2);
   EXPECT_EQ(Point(1.5, 1.5, 0), grid.getMeanQuadPoint(GridPoint(1, 1)));
-  GridPoint const corners[4] = {GridPoint(0, 0), GridPoint(1, 0), GridPoint(1, 1), GridPoint(0, 1)};
-  for (GridPoint const& corner : corners) {
+  for (GridPoint const& corner :
+       {GridPoint(0, 0), GridPoint(1, 0), GridPoint(1, 1), GridPoint(0, 1)}) {
     grid.setPointValidity(corner, false);
     EXPECT_FALSE(grid.getIsQuadValid(GridPoint(0, 0)));
     grid.setPointValidity(corner, true);
   }
+
+  // A boundary point has an invalid neighbour inside the grid; the rim alone does not count.
+  auto const boundary = [&grid](int u, int v) {
+    return (grid.*get(IsBoundaryPoint{}))(GridPoint(u, v)) ? 'B' : '-';
+  };
+  EXPECT_EQ("--", std::string({boundary(1, 1), boundary(0, 0)}));
+  grid.setPointValidity(GridPoint(1, 0), false);
+  // (0, 0), (2, 0) and (1, 1) border on it; (0, 1) does not, and (1, 0) itself is invalid.
+  EXPECT_EQ("BBB--", std::string({boundary(0, 0), boundary(2, 0), boundary(1, 1), boundary(0, 1),
+                                  boundary(1, 0)}));
+
+  // Quad points stop at the first invalid corner.
+  grid.setPointValidity(GridPoint(1, 0), true);
   grid.setPointValidity(GridPoint(1, 1), false);
   Point const sentinel(-7, -7, -7);
-  Point out[4] = {sentinel, sentinel, sentinel, sentinel};
-  grid.getQuadPoints(GridPoint(0, 0), out);
-  EXPECT_EQ(Point(0, 0, 0), out[0]);
-  EXPECT_EQ(Point(1, 0, 0), out[1]);
-  EXPECT_EQ(sentinel, out[2]);
-  EXPECT_EQ(sentinel, out[3]);
+  std::vector<Point> out(4, sentinel);
+  grid.getQuadPoints(GridPoint(0, 0), out.data());
+  EXPECT_EQ((std::vector<Point>{Point(0, 0, 0), Point(1, 0, 0), sentinel, sentinel}), out);
   EXPECT_EQ(Point(), grid.getMeanQuadPoint(GridPoint(0, 0)));
-}
-
-TEST(RectMeshGrid, BoundaryPointsNeedAnInvalidNeighbourInsideTheGrid) {
-  GridMesh grid = flatGrid(2, 2);
-  auto const isBoundary = [&grid](int u, int v) {
-    return (grid.*get(IsBoundaryPoint{}))(GridPoint(u, v));
-  };
-  EXPECT_FALSE(isBoundary(1, 1));
-  EXPECT_FALSE(isBoundary(0, 0));
-  grid.setPointValidity(GridPoint(1, 0), false);
-  EXPECT_TRUE(isBoundary(0, 0));
-  EXPECT_TRUE(isBoundary(2, 0));
-  EXPECT_TRUE(isBoundary(1, 1));
-  EXPECT_FALSE(isBoundary(0, 1));
-  EXPECT_FALSE(isBoundary(1, 0));
 }
 
 TEST(RectMeshGrid, TrianglesFansAndNormals) {
@@ -170,23 +177,10 @@ TEST(RectMeshGrid, BoundingBoxHoldsOnlyValidPoints) {
   EXPECT_EQ(Point(12, 21, 5), box.getp1());
 }
 
-TEST(RectMeshGrid, QuadAreaStatisticsSkipInvalidQuads) {
-  GridMesh grid(3, 1, [](int u, int v) { return Point(u * u, v, 0); });
-  grid.setPointValidity(GridPoint(3, 1), false);
-  double max = -1, mean = -1, min = -1;
-  (grid.*get(QuadSizes{}))(&max, &mean, &min);
-  EXPECT_EQ(3.0, max);
-  EXPECT_EQ(2.0, mean);
-  EXPECT_EQ(1.0, min);
-  RectMesh empty;
-  (empty.*get(QuadSizes{}))(&max, &mean, &min);
-  EXPECT_EQ(0.0, max + mean + min);
-}
-
 TEST(RectMeshGrid, AssignmentCopiesTheListedFieldsDeeply) {
   GridMesh source = flatGrid(4, 3);
   source.setPointFlags(GridPoint(2, 2), char(0x15));
-  source.setOffset(QARN::Geometry::TwoDimensional::Vector<int>(5, 6));
+  source.setOffset(Offset(5, 6));
   source.setAxisFlipFlags(true, false);
   source.setActivePositionFlags(0);
   source.*get(LastSearchIndices{}) = GridPoint(3, 1);
@@ -199,7 +193,7 @@ TEST(RectMeshGrid, AssignmentCopiesTheListedFieldsDeeply) {
   EXPECT_EQ(source.getFileName(), target.getFileName());
   EXPECT_EQ(GridPoint(3, 1), target.*get(LastSearchIndices{}));
   EXPECT_FALSE(target.*get(IsSearchReset{}));
-  EXPECT_EQ(QARN::Geometry::TwoDimensional::Vector<int>(0, 0), target.getOffset());
+  EXPECT_EQ(Offset(0, 0), target.getOffset());
   // Copied u flip, own (all-active) position flags: the hit at u = 1 comes back as 4 − 1 − 1.
   auto const hit = target.getIntersection(Point(1.3, 0.6, 1), Vector(0, 0, -1));
   ASSERT_TRUE(hit.getIsValid());
@@ -251,22 +245,56 @@ TEST(RectMeshGrid, VirtualSlotOrder) {
   EXPECT_EQ(2u, virtualSlot(&QuadValidityGenerator::getValidity));
 }
 
-TEST(RectMeshGrid, ImpossibleSizesFailWithTheMessageAndLeaveTheMeshEmpty) {
-  GridMesh grid = flatGrid(2, 2);
-  for (std::uint32_t size : {0xFFFFFFFFu, 0x7FFFFFFFu}) {
-    try {
-      grid.init(Extents(size, size));
-      FAIL() << "no exception";
-    } catch (QARN::Exception const& e) {
-      EXPECT_STREQ("Insufficient memory to initialise quad-mesh.", e.what());
-    }
-    EXPECT_EQ(Extents(0, 0), grid.getExtents());
-    EXPECT_FALSE(grid.getIsPointInBounds(GridPoint(0, 0)));
-  }
-  auto const mbs = get(NumberOfMBs{});
-  EXPECT_EQ(0u, mbs(41941, 0));
-  EXPECT_EQ(1u, mbs(41942, 0));
-  EXPECT_EQ(std::numeric_limits<std::uint64_t>::max() / 41943, mbs(0xFFFFFFFFu, 0xFFFFFFFFu));
+Edge edge(RectMesh* mesh, GridPoint const& origin, Edge::Orientation orientation) {
+  Edge e;
+  e.*get(EdgeMesh{}) = mesh;
+  e.*get(EdgeOrigin{}) = origin;
+  e.*get(EdgeOrientation{}) = orientation;
+  return e;
+}
+
+TEST(Edge, AlgebraOfTurnsAndReversals) {
+  Edge const e;
+  EXPECT_EQ(GridPoint(1, 0), e.dest());
+  EXPECT_EQ(edge(nullptr, GridPoint(1, 0), Edge::PositiveV), e.rot());
+  EXPECT_EQ(edge(nullptr, GridPoint(1, 0), Edge::NegativeU), e.sym());
+  EXPECT_EQ(edge(nullptr, GridPoint(0, 0), Edge::NegativeV), e.oprev());
+  EXPECT_EQ(e, e.rot().rot().rot().rot());
+  EXPECT_EQ(e, e.sym().sym());
+  EXPECT_EQ(e, e.onext().oprev());
+  EXPECT_EQ(GridPoint(3, 2), edge(nullptr, GridPoint(3, 3), Edge::NegativeV).dest());
+  // An unknown orientation points like PositiveU and turns modulo 4.
+  Edge const odd = edge(nullptr, GridPoint(0, 0), static_cast<Edge::Orientation>(7));
+  EXPECT_EQ(GridPoint(1, 0), odd.dest());
+  EXPECT_EQ(edge(nullptr, GridPoint(1, 0), Edge::PositiveU), odd.rot());
+
+  GridMesh other = flatGrid(1, 1);
+  EXPECT_NE(e, edge(&other, GridPoint(0, 0), Edge::PositiveU));
+  EXPECT_FALSE(e.isValid() || e.isQuadValid()); // no mesh
+  EXPECT_EQ(Point(), e.vphidest3());
+}
+
+TEST(Edge, QuadOnTheLeftAndBoundary) {
+  GridMesh grid(3, 3, [](int u, int v) { return Point(2 * u, v, u + v); });
+  // The four edges of quad (1, 1), counter-clockwise, all have it on their left.
+  Edge const around[4] = {
+      edge(&grid, GridPoint(1, 1), Edge::PositiveU), edge(&grid, GridPoint(2, 1), Edge::PositiveV),
+      edge(&grid, GridPoint(2, 2), Edge::NegativeU), edge(&grid, GridPoint(1, 2), Edge::NegativeV)};
+  grid.setPointValidity(GridPoint(0, 0), false);
+  for (Edge const& e : around)
+    EXPECT_TRUE(e.isQuadValid());
+  grid.setPointValidity(GridPoint(2, 2), false);
+  for (Edge const& e : around)
+    EXPECT_FALSE(e.isQuadValid());
+  EXPECT_FALSE(around[2].isValid());
+  EXPECT_TRUE(around[0].isValid());
+
+  EXPECT_TRUE(edge(&grid, GridPoint(0, 2), Edge::NegativeV).isBoundary());
+  EXPECT_FALSE(edge(&grid, GridPoint(1, 0), Edge::PositiveV).isBoundary());
+  EXPECT_TRUE(edge(&grid, GridPoint(1, 1), Edge::NegativeV).isBoundary());
+  Vector const step = around[0].vphi3();
+  EXPECT_EQ(2.0, step.getdX());
+  EXPECT_EQ(1.0, step.getdZ());
 }
 
 TEST(RectMeshGrid, RoundingIsHalfUpAndConversionsSaturate) {

@@ -1,7 +1,7 @@
+#include "QuadMeshTestSupport.h"
+
 #include <QARN/Geometry/ThreeDimensional/QuadMesh/RectMeshGroup.h>
 #include <QARN/Geometry/ThreeDimensional/QuadMesh/RectMeshGroups.h>
-
-#include <common/TempFiles.h>
 
 #include <gtest/gtest.h>
 
@@ -12,30 +12,20 @@
 #include <string>
 #include <vector>
 
+namespace QuadMeshTest {
 namespace {
 
-namespace ThreeD = QARN::Geometry::ThreeDimensional;
-namespace TwoD = QARN::Geometry::TwoDimensional;
 using namespace QARN::Geometry::ThreeDimensional::QuadMesh;
+using QARN::Geometry::ThreeDimensional::AffineMap;
+using QARN::Geometry::ThreeDimensional::LinearMap;
 using Status = QuadIndicesIntersectionStatus;
-using Offsets = std::vector<TwoD::Vector<int>>;
-
-/// U × V unit quads, point (u, v) at (u, v, z).
-class GridMesh : public RectMesh {
-public:
-  GridMesh(std::uint32_t U, std::uint32_t V, double z) {
-    init(TwoD::Vector<std::uint32_t>(U, V));
-    for (int v = 0; v <= static_cast<int>(V); ++v)
-      for (int u = 0; u <= static_cast<int>(U); ++u)
-        setPoint({u, v}, ThreeD::Point(u, v, z));
-  }
-};
+using Offsets = std::vector<Offset>;
 
 /// Saves a flat grid and writes the areas (mean, min, max) into its header.
 std::string writeGrid(char const* name, std::uint32_t U, std::uint32_t V, double z,
                       std::array<double, 3> const& areas) {
-  std::string const path = QARN::Test::getTestFilePath(name);
-  GridMesh(U, V, z).save(path.c_str());
+  std::string const path = tempPath(name);
+  GridMesh(U, V, [z](int u, int v) { return Point(u, v, z); }).save(path.c_str());
   std::fstream file(path, std::ios::binary | std::ios::in | std::ios::out);
   file.seekp(148);
   file.write(reinterpret_cast<char const*>(areas.data()), sizeof areas);
@@ -45,16 +35,12 @@ std::string writeGrid(char const* name, std::uint32_t U, std::uint32_t V, double
 /// A vertical beam from (x, y, z), downwards when z > 0.
 template <typename Group>
 Status ask(Group& group, double x, double y, double z) {
-  return group.getIntersectionStatus(ThreeD::Point(x, y, z), {0.0, 0.0, z > 0 ? -1.0 : 1.0}, false);
+  return group.getIntersectionStatus(Point(x, y, z), Vector(0, 0, z > 0 ? -1 : 1), false);
 }
 
 template <typename Group>
 std::string lastName(Group const& group) {
   return group.getLastIntersectedRectMesh()->getFileName();
-}
-
-TwoD::Point<int> indices(int u, int v) {
-  return TwoD::Point<int>(u, v);
 }
 
 struct QualityMode {
@@ -84,18 +70,18 @@ struct Groups : ::testing::Test {
 
 TEST_F(Groups, ModeZeroStopsAtTheFrontMemberOnlyAfterAGoodHit) {
   Status s = ask(group, 2.3, 5.6, 10.0);
-  EXPECT_EQ(indices(22, 5), s.getIndices());
+  EXPECT_EQ(GridPoint(22, 5), s.getIndices());
   EXPECT_EQ("b", lastName(group));
   // b, now first, hits from behind: a, nearer, is not asked.
   EXPECT_EQ(12.0, ask(group, 2.3, 5.6, -10.0).getIntersectionData().getDistanceToObject());
   // That poor hit makes the next query ask every member.
   s = ask(group, 2.3, 5.6, -10.0);
-  EXPECT_EQ(indices(2, 5), s.getIndices());
+  EXPECT_EQ(GridPoint(2, 5), s.getIndices());
   EXPECT_EQ("a", lastName(group));
 
   // One level up: group 0 answers first after its good hit, so c, nearer, is not asked.
-  EXPECT_EQ(indices(21, 5), ask(groups, 1.3, 5.6, 10.0).getIndices());
-  EXPECT_EQ(indices(21, 2), ask(groups, 1.3, 2.6, 10.0).getIndices());
+  EXPECT_EQ(GridPoint(21, 5), ask(groups, 1.3, 5.6, 10.0).getIndices());
+  EXPECT_EQ(GridPoint(21, 2), ask(groups, 1.3, 2.6, 10.0).getIndices());
 
   RectMeshGroup empty;
   EXPECT_FALSE(ask(empty, 1.0, 1.0, 10.0).getIsValid());
@@ -106,12 +92,12 @@ TEST_F(Groups, ModeZeroStopsAtTheFrontMemberOnlyAfterAGoodHit) {
 TEST_F(Groups, NearestAsksEveryMemberAndTiesKeepTheEarlierOne) {
   QualityMode mode(Status::Nearest);
   group.load({a, b, a}, {{0, 0}, {20, 0}, {40, 0}});
-  EXPECT_EQ(indices(22, 5), ask(group, 2.3, 5.6, 10.0).getIndices());
-  EXPECT_EQ(indices(2, 5), ask(group, 2.3, 5.6, -10.0).getIndices()); // not the twin at 40
+  EXPECT_EQ(GridPoint(22, 5), ask(group, 2.3, 5.6, 10.0).getIndices());
+  EXPECT_EQ(GridPoint(2, 5), ask(group, 2.3, 5.6, -10.0).getIndices()); // not the twin at 40
   EXPECT_FALSE(ask(group, 50.0, 50.0, 10.0).getIsValid());
-  EXPECT_EQ(TwoD::Vector<int>(0, 0), group.getLastIntersectedRectMesh()->getOffset());
+  EXPECT_EQ(Offset(0, 0), group.getLastIntersectedRectMesh()->getOffset());
 
-  EXPECT_EQ(indices(1, 32), ask(groups, 1.3, 2.6, 10.0).getIndices());
+  EXPECT_EQ(GridPoint(1, 32), ask(groups, 1.3, 2.6, 10.0).getIndices());
   EXPECT_EQ("c", lastName(groups));
 }
 
@@ -122,36 +108,35 @@ TEST_F(Groups, SettersAddressMembersInTheirCurrentOrder) {
   group.setActivePositionFlags({0x2u, 0xFFFFFFFFu});
   group.setPosition(33); // bit 1: both active
   Status s = ask(group, 1.3, 5.6, 10.0);
-  EXPECT_EQ(indices(23, 5), s.getIndices()); // u flipped in b's 5 quads
+  EXPECT_EQ(GridPoint(23, 5), s.getIndices()); // u flipped in b's 5 quads
   EXPECT_EQ(0.0, s.getIntersectionData().getAngleToObjectNormal());
-  group.setPosition(0);                                              // b inactive
-  EXPECT_EQ(indices(1, 4), ask(group, 1.3, 5.6, 10.0).getIndices()); // v flipped in a's 10
+  group.setPosition(0);                                                // b inactive
+  EXPECT_EQ(GridPoint(1, 4), ask(group, 1.3, 5.6, 10.0).getIndices()); // v flipped in a's 10
 
   ask(groups, 1.3, 2.6, 10.0); // c, nearest, puts group 1 first
   groups.setDoFlipAxes({{true}, {false, false}}, {{false}, {false, false}});
   groups.setActivePositionFlags({{0xFFFFFFFFu}, {0x1u, 0xFFFFFFFFu}});
-  groups.setPosition(1);                                               // b inactive
-  EXPECT_EQ(indices(2, 32), ask(groups, 1.3, 2.6, 10.0).getIndices()); // c's u flipped
-  EXPECT_EQ(indices(1, 5), ask(groups, 1.3, 5.6, 10.0).getIndices());
+  groups.setPosition(1);                                                 // b inactive
+  EXPECT_EQ(GridPoint(2, 32), ask(groups, 1.3, 2.6, 10.0).getIndices()); // c's u flipped
+  EXPECT_EQ(GridPoint(1, 5), ask(groups, 1.3, 5.6, 10.0).getIndices());
   // Group 0 is first now: group 1 moves 10 down, behind a.
-  ThreeD::LinearMap const identity({1, 0, 0}, {0, 1, 0}, {0, 0, 1});
-  groups.transform({ThreeD::Point(), ThreeD::Point()},
-                   {ThreeD::AffineMap(identity, {}), ThreeD::AffineMap(identity, {0, 0, -10})});
+  LinearMap const identity({1, 0, 0}, {0, 1, 0}, {0, 0, 1});
+  groups.transform({Point(), Point()}, {AffineMap(identity, {}), AffineMap(identity, {0, 0, -10})});
   QualityMode mode(Status::Nearest);
-  EXPECT_EQ(indices(1, 2), ask(groups, 1.3, 2.6, 10.0).getIndices());
+  EXPECT_EQ(GridPoint(1, 2), ask(groups, 1.3, 2.6, 10.0).getIndices());
 }
 
 TEST_F(Groups, BoxesFromMeshesAndHeadersHoldTheOrigin) {
-  EXPECT_EQ(indices(25, 34), groups.getUVBoundingBox().getp1());
-  EXPECT_EQ(indices(25, 34), RectMeshGroups::getUVBoundingBox(fileNames, offsets).getp1());
-  EXPECT_EQ(TwoD::Vector<std::uint32_t>(25, 34), groups.getExtents());
+  EXPECT_EQ(GridPoint(25, 34), groups.getUVBoundingBox().getp1());
+  EXPECT_EQ(GridPoint(25, 34), RectMeshGroups::getUVBoundingBox(fileNames, offsets).getp1());
+  EXPECT_EQ(Extents(25, 34), groups.getExtents());
   // No member covers (0, 0) or row 0, yet the union starts from the default box.
   Offsets const shifted{{-3, 2}, {20, 5}};
   group.load(fileNames[0], shifted);
   for (auto const& box :
        {group.getUVBoundingBox(), RectMeshGroup::getUVBoundingBox(fileNames[0], shifted)}) {
-    EXPECT_EQ(indices(-3, 0), box.getp());
-    EXPECT_EQ(indices(25, 15), box.getp1());
+    EXPECT_EQ(GridPoint(-3, 0), box.getp());
+    EXPECT_EQ(GridPoint(25, 15), box.getp1());
   }
 }
 
@@ -168,14 +153,6 @@ TEST_F(Groups, QuadAreaInfosFromHeaders) {
 }
 
 TEST_F(Groups, RefusedCallsThrowTheirTextsBeforeChangingAnything) {
-  auto const refuses = [](std::string const& message, std::function<void()> const& call) {
-    try {
-      call();
-      ADD_FAILURE() << "no exception: " << message;
-    } catch (std::exception const& e) {
-      EXPECT_EQ(message, e.what());
-    }
-  };
   std::string const q = "Geometry::ThreeDimensional::QuadMesh::";
   std::string const load = q + "RectMeshGroup::load: number of fileNames and offsets mismatch.";
   std::string const flipNormals =
@@ -186,6 +163,9 @@ TEST_F(Groups, RefusedCallsThrowTheirTextsBeforeChangingAnything) {
       q + "setDoFlipAxes::load: number of doFlipUAxes or doFlipVAxes and quad meshes mismatch.";
   std::string const groupsFlipAxes = q + "RectMeshGroup::setDoFlipAxes: groupDoFlipUAxes or "
                                          "groupDoFlipVAxes size mismatch.";
+  auto const refuses = [](std::string const& message, std::function<void()> const& call) {
+    EXPECT_EQ(message, messageOf(call));
+  };
   Status const before = ask(groups, 1.3, 5.6, 10.0);
 
   refuses(load, [&] { group.load({a, b, c}, offsets[0]); });
@@ -199,9 +179,9 @@ TEST_F(Groups, RefusedCallsThrowTheirTextsBeforeChangingAnything) {
           [&] { groups.load(fileNames, {}); });
   refuses(load, [&] { groups.load({{a}, {a, b}}, {{{0, 0}}, {{0, 0}}}); });
   refuses(q + "RectMeshGroup::transform: groupOrigins size mismatch.",
-          [&] { groups.transform({ThreeD::Point()}, {}); });
+          [&] { groups.transform({Point()}, {}); });
   refuses(q + "RectMeshGroup::transform: groupMaps size mismatch.", [&] {
-    groups.transform({ThreeD::Point(), ThreeD::Point()}, {});
+    groups.transform({Point(), Point()}, {});
   });
   refuses(q + "RectMeshGroup::setDoFlipNormals: groupDoFlipNormals size mismatch.", [&] {
     groups.setDoFlipNormals({{true, true}});
@@ -219,17 +199,17 @@ TEST_F(Groups, RefusedCallsThrowTheirTextsBeforeChangingAnything) {
   refuses(activeFlags, [&] { groups.setActivePositionFlags({{0u, 0u}, {0u, 0u}}); });
   refuses(flipAxes, [&] { groups.setDoFlipAxes(two, two); });
 
-  EXPECT_EQ(indices(21, 5), ask(group, 1.3, 5.6, 10.0).getIndices());
+  EXPECT_EQ(GridPoint(21, 5), ask(group, 1.3, 5.6, 10.0).getIndices());
   Status const after = ask(groups, 1.3, 5.6, 10.0);
   EXPECT_EQ(before.getIndices(), after.getIndices());
   EXPECT_EQ(before.getIntersectionData().getAngleToObjectNormal(),
             after.getIntersectionData().getAngleToObjectNormal());
-  EXPECT_EQ(indices(25, 34), groups.getUVBoundingBox().getp1()); // c still there
+  EXPECT_EQ(GridPoint(25, 34), groups.getUVBoundingBox().getp1()); // c still there
 }
 
 TEST_F(Groups, CopiesOutliveTheirSources) {
   ask(group, 1.3, 5.6, 10.0); // b first
-  GridMesh borrowed(1, 1, 0.0);
+  GridMesh borrowed = flatGrid(1, 1);
   RectMeshGroup withBorrowed;
   withBorrowed.addQuadMesh(&borrowed);
   EXPECT_EQ(&borrowed, RectMeshGroup(withBorrowed).getLastIntersectedRectMesh());
@@ -248,20 +228,21 @@ TEST_F(Groups, CopiesOutliveTheirSources) {
   groups = RectMeshGroups();
 
   EXPECT_EQ("b", lastName(assigned)); // current order, fresh offsets
-  EXPECT_EQ(indices(1, 5), ask(assigned, 1.3, 5.6, 10.0).getIndices());
-  EXPECT_EQ(indices(21, 5), ask(copied, 1.3, 5.6, 10.0).getIndices()); // offsets kept
-  EXPECT_EQ(indices(1, 5), ask(assignedGroups, 1.3, 5.6, 10.0).getIndices());
-  EXPECT_EQ(indices(21, 5), ask(copiedGroups, 1.3, 5.6, 10.0).getIndices());
+  EXPECT_EQ(GridPoint(1, 5), ask(assigned, 1.3, 5.6, 10.0).getIndices());
+  EXPECT_EQ(GridPoint(21, 5), ask(copied, 1.3, 5.6, 10.0).getIndices()); // offsets kept
+  EXPECT_EQ(GridPoint(1, 5), ask(assignedGroups, 1.3, 5.6, 10.0).getIndices());
+  EXPECT_EQ(GridPoint(21, 5), ask(copiedGroups, 1.3, 5.6, 10.0).getIndices());
 }
 
 TEST_F(Groups, AFailedFileKeepsTheMeshesLoadedBeforeIt) {
   EXPECT_THROW(group.load({a, a + ".missing"}, {{5, 6}, {0, 0}}), std::ios_base::failure);
-  EXPECT_EQ(indices(15, 16), group.getUVBoundingBox().getp1());
+  EXPECT_EQ(GridPoint(15, 16), group.getUVBoundingBox().getp1());
   group.clear(); // deletes the owned mesh
   EXPECT_EQ(nullptr, group.getLastIntersectedRectMesh());
   EXPECT_THROW(groups.load({{c}, {a, a + ".missing"}}, {{{0, 0}}, {{0, 0}, {0, 0}}}),
                std::ios_base::failure);
-  EXPECT_EQ(indices(4, 4), groups.getUVBoundingBox().getp1());
+  EXPECT_EQ(GridPoint(4, 4), groups.getUVBoundingBox().getp1());
 }
 
 } // namespace
+} // namespace QuadMeshTest

@@ -1,39 +1,94 @@
 #include "QuadMeshTestSupport.h"
 
+#include <QARN/Exception.h>
+#include <QARN/Geometry/ThreeDimensional/QuadMesh/QuadIndicesEllipseIntersectionInfo.h>
 #include <QARN/Geometry/ThreeDimensional/QuadMesh/QuadIndicesIntersectionStatus.h>
-#include <QARN/Geometry/ThreeDimensional/QuadMesh/RectMesh.h>
+#include <QARN/Geometry/ThreeDimensional/QuadMesh/QuadIntersectionData.h>
+#include <QARN/Geometry/ThreeDimensional/QuadMesh/QuadSearchFailure.h>
+#include <QARN/Geometry/ThreeDimensional/QuadMesh/QuadValidityGenerator.h>
 
 #include <gtest/gtest.h>
 
 #include <cmath>
 #include <random>
+#include <string>
 #include <vector>
 
 namespace QuadMeshTest {
 namespace {
 
-using QARN::Geometry::ThreeDimensional::QuadMesh::QuadIndicesIntersectionStatus;
-using QARN::Geometry::ThreeDimensional::QuadMesh::QuadIntersectionData;
+using namespace QARN::Geometry::ThreeDimensional::QuadMesh;
 using Status = QuadIndicesIntersectionStatus;
-using Offset = QARN::Geometry::TwoDimensional::Vector<int>;
 
 double const pi = std::acos(-1.0);
 Vector const down(0, 0, -1);
 
+/// Restores the process-wide search settings after each test.
 class RectMeshSearch : public ::testing::Test {
 protected:
   void TearDown() override {
     Status::setIntersectionQualityMode(Status::FacingThenNearest);
+    QuadIntersectionData::isEnableFlipAngle = false;
     RectMesh::searchDivideByNTimes = 4;
     RectMesh::maxDoNMoreTimes = 0;
   }
 
-  /// Makes the next search start its walk at quad q.
+  /// Makes the next search start its walk at quad q; a counting mesh restarts its count.
   static void startAt(RectMesh& mesh, GridPoint const& q) {
     mesh.*get(LastSearchIndices{}) = q;
     mesh.*get(IsSearchReset{}) = false;
+    if (auto* counting = dynamic_cast<CountingMesh*>(&mesh))
+      counting->reads = 0;
   }
 };
+
+using IntersectionRecord = RectMeshSearch;
+
+/// A record whose angle error is the given one (angle = π − error).
+Status record(bool valid, double distance, double angleError) {
+  return Status(nullptr, Point(), GridPoint(1, 2), valid,
+                QuadIntersectionData(distance, pi - angleError, 0.0), "a.quads");
+}
+
+TEST_F(IntersectionRecord, MeasuresAndTheFlipAngleSwitch) {
+  EXPECT_EQ(0.0, QuadIntersectionData(1, pi, 2).getAngleError());
+  QuadIntersectionData::isEnableFlipAngle = true;
+  QuadIntersectionData const flipped(1, pi, 2);
+  EXPECT_EQ(0.0, flipped.getAngleToObjectNormal());
+  EXPECT_EQ(pi, flipped.getAngleError());
+}
+
+TEST_F(IntersectionRecord, RankingInEachMode) {
+  // Invalid; facing at 5; not facing at 3; facing at 3; facing behind the origin; angle error π/2
+  // at 4, which counts as neither facing nor not facing.
+  Status const records[] = {record(false, 0, 0),  record(true, 5, 0.5),  record(true, 3, 2.0),
+                            record(true, 3, 1.0), record(true, -2, 1.0), record(true, 4, pi / 2)};
+  // Group i, character j: is record j better than record i? Then: which records are good.
+  auto const ranking = [&records](int mode) {
+    Status::setIntersectionQualityMode(static_cast<Status::IntersectionQualityMode>(mode));
+    std::string table;
+    for (Status const& a : records) {
+      for (Status const& b : records)
+        table += a.getIsBetterIntersection(b) ? '1' : '0';
+      table += ' ';
+    }
+    for (Status const& a : records)
+      table += a.getIsGoodIntersection() ? 'G' : '-';
+    return table;
+  };
+  EXPECT_EQ("011111 001111 010110 000010 000000 001110 -G-GG-", ranking(Status::FacingThenNearest));
+  EXPECT_EQ("011111 001111 000010 000010 000000 001110 -GGGGG", ranking(Status::Nearest));
+  EXPECT_EQ("011111 000000 010111 010000 010000 010110 -GGGGG", ranking(Status::BestAngle));
+  EXPECT_EQ("000000 000000 000000 000000 000000 000000 -GGGGG", ranking(3));
+  EXPECT_EQ(3u, Status::getIntersectionQualityMode());
+}
+
+TEST_F(IntersectionRecord, SmallRecordTypes) {
+  EXPECT_THROW(Status().getQuadMesh(), QARN::Exception);
+  EXPECT_EQ("QuadSearchFailure", messageOf([] { throw QuadSearchFailure(); }));
+  EXPECT_FALSE(QuadValidityGenerator().getValidity(GridPoint(0, 0)));
+  EXPECT_EQ(0, QuadIndicesEllipseIntersectionInfo().getUnity());
+}
 
 /// Every quad that the ray hits, by testing them all.
 std::vector<GridPoint> bruteForceHits(RectMesh const& mesh, Point const& P, Vector const& d) {
@@ -82,58 +137,47 @@ TEST_F(RectMeshSearch, QuadTestMeasuresHitsFromEitherSide) {
 
 TEST_F(RectMeshSearch, KeepOrResetFollowsTheQualityMode) {
   GridMesh mesh = flatGrid(20, 20);
-  auto const isReset = [&mesh] { return mesh.*get(IsSearchReset{}); };
-  auto const last = [&mesh] { return mesh.*get(LastSearchIndices{}); };
   Point const above(3.3, 4.6, 5), below(3.3, 4.6, -5), far(12.2, 9.9, 2000);
-
-  EXPECT_TRUE(isReset());
-  Status const first = mesh.getIntersectionStatus(above, down, false);
-  ASSERT_TRUE(first.getIsValid());
-  EXPECT_EQ(GridPoint(3, 4), first.getIndices());
-  EXPECT_EQ(&mesh, &first.getQuadMesh());
-  EXPECT_FALSE(isReset());
-  EXPECT_EQ(GridPoint(3, 4), last());
-
-  // Not facing (hit from behind the surface): found, but not kept in mode 0.
-  EXPECT_TRUE(mesh.getIntersectionStatus(below, Vector(0, 0, 1), false).getIsValid());
-  EXPECT_TRUE(isReset());
-  // A miss leaves the last hit alone.
-  startAt(mesh, GridPoint(3, 4));
-  EXPECT_FALSE(mesh.getIntersectionStatus(Point(25, 4.6, 5), down, false).getIsValid());
-  EXPECT_TRUE(isReset());
-  EXPECT_EQ(GridPoint(3, 4), last());
-  // Too far to keep in modes 0 and 1, kept in mode 2.
-  EXPECT_TRUE(mesh.getIntersectionStatus(far, down, true).getIsValid());
-  EXPECT_TRUE(isReset());
-  Status::setIntersectionQualityMode(Status::BestAngle);
-  EXPECT_TRUE(mesh.getIntersectionStatus(far, down, true).getIsValid());
-  EXPECT_FALSE(isReset());
-  EXPECT_EQ(GridPoint(12, 9), last());
-  // Mode 1 keeps a hit behind the probe; any other mode keeps nothing.
-  Status::setIntersectionQualityMode(Status::Nearest);
-  Status const behind = mesh.getIntersectionStatus(below, down, true);
-  EXPECT_LT(behind.getIntersectionData().getDistanceToObject(), 0.0);
-  EXPECT_EQ(GridPoint(3, 4), last());
-  EXPECT_FALSE(isReset());
-  Status::setIntersectionQualityMode(static_cast<Status::IntersectionQualityMode>(7));
-  EXPECT_TRUE(mesh.getIntersectionStatus(above, down, false).getIsValid());
-  EXPECT_TRUE(isReset());
-
-  // Beyond the measuring distance: valid, with default measures, and not kept.
-  Status::setIntersectionQualityMode(Status::FacingThenNearest);
-  Status const veryFar = mesh.getIntersectionStatus(Point(3.3, 4.6, 20000), down, true);
-  EXPECT_TRUE(veryFar.getIsValid());
-  EXPECT_EQ(0.0, veryFar.getIntersectionData().getDistanceToObject());
-  EXPECT_TRUE(isReset());
+  EXPECT_TRUE(mesh.*get(IsSearchReset{}));
+  EXPECT_EQ(&mesh, &mesh.getIntersectionStatus(above, down, false).getQuadMesh());
+  // Each query (mode, probe, beam, full search), whether it hits, whether the hit is kept for the
+  // next search, and the last kept hit afterwards.
+  struct Query {
+    int mode;
+    Point probe;
+    Vector beam;
+    bool full, valid, kept;
+    GridPoint last;
+  } const queries[] = {
+      {0, above, down, false, true, true, {3, 4}},
+      {0, below, Vector(0, 0, 1), false, true, false, {3, 4}}, // not facing
+      {0, above, down, false, true, true, {3, 4}},
+      {0, Point(25, 4.6, 5), down, false, false, false, {3, 4}}, // a miss
+      {0, far, down, true, true, false, {3, 4}},                 // too far in modes 0 and 1
+      {2, far, down, true, true, true, {12, 9}},
+      {1, below, down, true, true, true, {3, 4}}, // behind the probe
+      {7, above, down, false, true, false, {3, 4}},
+      {0, Point(3.3, 4.6, 20000), down, true, true, false, {3, 4}}, // beyond measuring
+  };
+  for (Query const& q : queries) {
+    Status::setIntersectionQualityMode(static_cast<Status::IntersectionQualityMode>(q.mode));
+    Status const s = mesh.getIntersectionStatus(q.probe, q.beam, q.full);
+    EXPECT_EQ(q.valid, s.getIsValid()) << &q - queries;
+    EXPECT_EQ(q.kept, !(mesh.*get(IsSearchReset{}))) << &q - queries;
+    EXPECT_EQ(q.last, mesh.*get(LastSearchIndices{})) << &q - queries;
+  }
+  // Beyond the measuring distance the measures are the defaults.
+  EXPECT_EQ(0.0, mesh.getIntersectionStatus(Point(3.3, 4.6, 20000), down, true)
+                     .getIntersectionData()
+                     .getDistanceToObject());
 
   // Rebuilding or freeing the grid starts the next search afresh.
-  ASSERT_TRUE(mesh.getIntersectionStatus(above, down, false).getIsValid());
-  ASSERT_FALSE(isReset());
+  mesh.*get(IsSearchReset{}) = false;
   mesh.init(Extents(20, 20));
-  EXPECT_TRUE(isReset());
+  EXPECT_TRUE(mesh.*get(IsSearchReset{}));
   mesh.*get(IsSearchReset{}) = false;
   mesh.clear();
-  EXPECT_TRUE(isReset());
+  EXPECT_TRUE(mesh.*get(IsSearchReset{}));
 }
 
 TEST_F(RectMeshSearch, InactivePositionsFlipsAndOffset) {
@@ -196,12 +240,10 @@ TEST_F(RectMeshSearch, WalkGivesUpAfterFourInvalidLandingsInARow) {
   // From quad 9 the unit-quad estimate lands in the hole at quad 12; bisection returns to
   // quad 9 each time, so the walk stops at its fourth invalid landing, long before 32 steps.
   startAt(mesh, GridPoint(9, 0));
-  mesh.reads = 0;
   EXPECT_FALSE(mesh.getIntersectionStatus(probe, down, false).getIsValid());
   long const abortedReads = mesh.reads;
   // Against a walk of one step to a hit on the same side (32 steps would cost 15 of them).
   startAt(mesh, GridPoint(9, 0));
-  mesh.reads = 0;
   EXPECT_EQ(GridPoint(5, 0),
             mesh.getIntersectionStatus(Point(5.3, 0.2, 3), down, false).getIndices());
   EXPECT_LT(abortedReads, 4 * mesh.reads);
@@ -218,11 +260,9 @@ TEST_F(RectMeshSearch, WalkStopsAfterThirtyTwoStepsOnAnOscillation) {
   Vector const across(1, 0, 0.01);
   ASSERT_TRUE(bruteForceHits(mesh, probe, across).empty());
   startAt(mesh, GridPoint(4, 0));
-  mesh.reads = 0;
   EXPECT_FALSE(mesh.getIntersectionStatus(probe, across, false).getIsValid());
   long const oscillationReads = mesh.reads;
   startAt(mesh, GridPoint(4, 0));
-  mesh.reads = 0;
   EXPECT_TRUE(mesh.getIntersectionStatus(Point(14.3, 0.3, 1), down, false).getIsValid());
   EXPECT_GT(oscillationReads, 10 * mesh.reads);
 }
@@ -231,7 +271,7 @@ TEST_F(RectMeshSearch, NearestPointAndSearchLattice) {
   GridMesh mesh = flatGrid(10, 10);
   double distance = 0;
   EXPECT_EQ(GridPoint(9, 9), mesh.getNearestPoint2D(Point(10.2, 10.2, 0), distance));
-  EXPECT_NEAR(std::sqrt(2 * 1.2 * 1.2), distance, 1e-6);
+  EXPECT_NEAR(std::sqrt(2.88), distance, 1e-6);
   EXPECT_EQ(GridPoint(4, 3), mesh.getNearestPoint2D(Point(4.5, 3, 0), distance));
 
   mesh.setNumberOfSearchPoints(5, 7);
@@ -282,9 +322,7 @@ double offGridLine(double x) {
 }
 
 TEST_F(RectMeshSearch, IncrementalWalkAgreesWithBruteForceAlongARaster) {
-  // A unit-spaced height field whose slopes stay well below the beams' own: each beam meets
-  // at most one quad. A vertical beam gets there in one step (the quad-plane estimate keeps
-  // the probe's x and y), a slanted one in a few.
+  // Slopes well below the beams' own: each beam meets at most one quad.
   GridMesh mesh = heightField(40, 30);
   for (Vector const& beam : {down, Vector(0.3, -0.2, -1)}) {
     int agreed = 0;
@@ -299,10 +337,8 @@ TEST_F(RectMeshSearch, IncrementalWalkAgreesWithBruteForceAlongARaster) {
           ++agreed;
           continue;
         }
-        // The one way they part: the hit lies on or just beside a shared quad edge, and the
-        // walk, standing on the neighbouring quad, finds the ray meeting that quad's plane
-        // inside it, rounds its step to zero and stops (exactly on the edge, as for x = 33 in
-        // single precision, the rounding of the hit point decides which quad claims it).
+        // The one way they part: the hit lies on or beside a shared edge, and the walk, on the
+        // neighbouring quad, rounds its step to zero and stops.
         ASSERT_EQ(1u, hits.size());
         Point hit;
         mesh.getDoesIntersectQuad(hits[0], probe, beam, hit, nullptr);

@@ -41,7 +41,7 @@ TEST(TriMeshFiles, SaveWritesTheFormatAndLoadsBack) {
     bool const write2D = mode % 2 == 1;
     bool const flatOnly = mode >= 2;
     mesh.save(path.c_str(), write2D, flatOnly);
-    EXPECT_EQ(expected[mode], readText(path)) << mode;
+    EXPECT_EQ(expected[mode], readFile(path)) << mode;
     Mesh copy;
     if (mode == 2) {
       EXPECT_EQ("File does not contain 3D data", errorOf([&] { copy.load(path.c_str()); }));
@@ -104,7 +104,7 @@ TEST(TriMeshFiles, TokensAreFoundAnywhere) {
 
 TEST(TriMeshFiles, CutPairsTravelInTheCompanionFile) {
   std::string const dir = tempPath("");
-  writeText(dir + "cut_cut_indices.txt", "3, 4\n5, 6\n");
+  writeFile(dir + "cut_cut_indices.txt", "3, 4\n5, 6\n");
   Mesh mesh;
   loadText(mesh, square, "cut.obj");
   EXPECT_EQ("cut", mesh.getFileName());
@@ -115,7 +115,7 @@ TEST(TriMeshFiles, CutPairsTravelInTheCompanionFile) {
   // A backslash after the last slash separates the companion name.
   std::string const saved = dir + "sub\\copy.v1.obj";
   mesh.save(saved.c_str(), false, false);
-  EXPECT_EQ("3, 4\n5, 6\n0, 0\n", readText(dir + "sub\\copy.v1_cut_indices.txt"));
+  EXPECT_EQ("3, 4\n5, 6\n0, 0\n", readFile(dir + "sub\\copy.v1_cut_indices.txt"));
   mesh.load(saved.c_str());
   EXPECT_EQ("copy.v1", mesh.getFileName());
   EXPECT_EQ(4u, mesh.getCutEdgeIndices().second.size());
@@ -127,11 +127,11 @@ TEST(TriMeshFiles, CutPairsTravelInTheCompanionFile) {
   // Without a separator the companion lies under the whole name.
   char previous[4096];
   ASSERT_TRUE(getcwd(previous, sizeof previous) != nullptr && chdir(dir.c_str()) == 0);
-  writeText("plain.obj", square);
-  writeText("plain.obj\\plain_cut_indices.txt", "1, 2\n");
+  writeFile("plain.obj", square);
+  writeFile("plain.obj\\plain_cut_indices.txt", "1, 2\n");
   mesh.load("plain.obj");
   mesh.save("other.obj", false, false);
-  EXPECT_EQ("1, 2\n0, 0\n", readText("other.obj\\other_cut_indices.txt"));
+  EXPECT_EQ("1, 2\n0, 0\n", readFile("other.obj\\other_cut_indices.txt"));
   ASSERT_EQ(0, chdir(previous));
 }
 

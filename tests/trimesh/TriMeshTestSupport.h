@@ -4,7 +4,7 @@
 #include <QARN/Exception.h>
 #include <QARN/Geometry/ThreeDimensional/TriMesh/Mesh.h>
 
-#include <common/TempFiles.h>
+#include <common/Support.h>
 
 #include <gtest/gtest.h>
 
@@ -43,19 +43,9 @@ using QARN::Geometry::ThreeDimensional::Vector;
 using Points = std::vector<std::array<double, 3>>;
 using Face = std::array<std::uint32_t, 3>; // 0-based corners
 
-inline std::string tempPath(std::string const& name) {
-  return QARN::Test::getTestFilePath(name);
-}
-
-inline void writeText(std::string const& path, std::string const& text) {
-  std::ofstream(path, std::ios::binary) << text;
-}
-
-inline std::string readText(std::string const& path) {
-  std::stringstream s;
-  s << std::ifstream(path, std::ios::binary).rdbuf();
-  return s.str();
-}
+using QARN::Test::readFile;
+using QARN::Test::tempPath;
+using QARN::Test::writeFile;
 
 /// Mesh text with one "v" line per point and one "f" line per face.
 inline std::string objText(Points const& points, std::vector<Face> const& faces) {
@@ -94,7 +84,7 @@ inline void surface(int w, int h, bool closed, Points& points, std::vector<Face>
 
 inline FileContents loadText(Mesh& mesh, std::string const& text,
                              std::string const& name = "in.obj") {
-  writeText(tempPath(name), text);
+  writeFile(tempPath(name), text);
   return mesh.load(tempPath(name).c_str());
 }
 

@@ -1,0 +1,52 @@
+#ifndef QARN_TESTS_COMMON_SUPPORT_H
+#define QARN_TESTS_COMMON_SUPPORT_H
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cstdlib>
+#include <exception>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <string>
+
+namespace QARN::Test {
+
+/// A path in the scratch folder of the running test: one folder per test, so that tests run in
+/// parallel (each in its own process under CTest) never share files.
+inline std::string tempPath(std::string const& name) {
+  char const* root = std::getenv("QARN_TEST_TMPDIR");
+  ::testing::TestInfo const* info = ::testing::UnitTest::GetInstance()->current_test_info();
+  std::string test = std::string(info->test_suite_name()) + "." + info->name();
+  std::replace(test.begin(), test.end(), '/', '_');
+  std::filesystem::path const folder =
+      std::filesystem::path(root != nullptr ? root : ::testing::TempDir()) / test;
+  std::filesystem::create_directories(folder);
+  return folder.string() + "/" + name;
+}
+
+/// The bytes of a file; empty when it cannot be read.
+inline std::string readFile(std::string const& path) {
+  std::ifstream in(path, std::ios::binary);
+  return std::string(std::istreambuf_iterator<char>(in), {});
+}
+
+inline void writeFile(std::string const& path, std::string const& bytes) {
+  std::ofstream(path, std::ios::binary) << bytes;
+}
+
+/// The what() of the E that call throws, or "no exception" when it returns.
+template <typename E = std::exception, typename Call>
+std::string messageOf(Call&& call) {
+  try {
+    call();
+  } catch (E const& e) {
+    return e.what();
+  }
+  return "no exception";
+}
+
+} // namespace QARN::Test
+
+#endif
