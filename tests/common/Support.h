@@ -47,6 +47,18 @@ std::string messageOf(Call&& call) {
   return "no exception";
 }
 
+/// True when call throws a pointer to a new E; the pointer is deleted, as every catcher must.
+template <typename E, typename Call>
+bool throwsPointer(Call&& call) {
+  try {
+    call();
+  } catch (E* e) {
+    delete e;
+    return true;
+  }
+  return false;
+}
+
 } // namespace QARN::Test
 
 #endif

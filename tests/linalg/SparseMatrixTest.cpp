@@ -1,6 +1,6 @@
-#include "Throws.h"
-
 #include <QARN/LinearAlgebra/SparseMatrix.h>
+
+#include <common/Support.h>
 
 #include <gtest/gtest.h>
 
@@ -8,6 +8,7 @@ namespace {
 
 using QARN::LinearAlgebra::SparseMatrix;
 using QARN::LinearAlgebra::Vector;
+using QARN::Test::throwsPointer;
 using DimensionError = SparseMatrix::SparseMatrixInvalidDimensionsException;
 
 // Exposes the per-row bookkeeping.

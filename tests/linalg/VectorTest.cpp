@@ -1,6 +1,6 @@
-#include "Throws.h"
-
 #include <QARN/LinearAlgebra/RowVector.h>
+
+#include <common/Support.h>
 
 #include <gtest/gtest.h>
 
@@ -8,6 +8,7 @@ namespace {
 
 using QARN::LinearAlgebra::RowVector;
 using QARN::LinearAlgebra::Vector;
+using QARN::Test::throwsPointer;
 
 Vector make(std::initializer_list<double> values) {
   Vector v(static_cast<std::uint32_t>(values.size()));
