@@ -1,9 +1,12 @@
 #ifndef QARN_TESTS_COMMON_SUPPORT_H
 #define QARN_TESTS_COMMON_SUPPORT_H
 
+#include <QARN/Progress/ProgressListener.h>
+
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <cstdint>
 #include <cstdlib>
 #include <exception>
 #include <filesystem>
@@ -46,6 +49,15 @@ std::string messageOf(Call&& call) {
   }
   return "no exception";
 }
+
+/// Logs the status texts and percentages it receives, each followed by a space.
+struct ProgressLog : ProgressListener {
+  std::string log;
+  void setStatusText(char const* text) override { log += std::string(text) + " "; }
+  void setProgress(std::uint32_t percent) override { log += std::to_string(percent) + " "; }
+  void setValue(char const*, double) override {}
+  void setIteration(std::uint32_t) override {}
+};
 
 /// True when call throws a pointer to a new E; the pointer is deleted, as every catcher must.
 template <typename E, typename Call>
