@@ -3,6 +3,8 @@
 #include <QARN/Geometry/TwoDimensional/Point.h>
 #include <QARN/Geometry/TwoDimensional/Vector.h>
 
+#include <common/Support.h>
+
 #include <gtest/gtest.h>
 
 #include <climits>
@@ -14,7 +16,7 @@ namespace {
 
 using namespace QARN::Geometry::TwoDimensional;
 
-TEST(TwoDimensionalPoint, GetWrapsButSetiWithEvenIndexSetsBoth) {
+TEST(TwoDimensionalPoint, GetWrapsSetiWithEvenIndexSetsBothAndNaNNeverWins) {
   Point<int> p(1, 2);
   EXPECT_EQ(1, p.get(2));
   EXPECT_EQ(2, p.get(5));
@@ -28,18 +30,16 @@ TEST(TwoDimensionalPoint, GetWrapsButSetiWithEvenIndexSetsBoth) {
   w.seti(4, 3.0);
   EXPECT_EQ(Vector<double>(3.0, 3.0), w);
   EXPECT_EQ(3.0, w.get(7));
-}
 
-TEST(TwoDimensionalPoint, SetMinMaxPerComponentAndNaNNeverWins) {
   double const nan = std::numeric_limits<double>::quiet_NaN();
-  Point<double> p(1.0, 5.0);
-  p.setMin(Point<double>(nan, 2.0));
-  EXPECT_EQ(Point<double>(1.0, 2.0), p);
-  p.setMax(Point<double>(3.0, nan));
-  EXPECT_EQ(Point<double>(3.0, 2.0), p);
-  Point<std::uint32_t> q(4, 0);
-  q.setMin(Point<std::uint32_t>(4294967295u, 0));
-  EXPECT_EQ(4u, q.getU());
+  Point<double> q(1.0, 5.0);
+  q.setMin(Point<double>(nan, 2.0));
+  EXPECT_EQ(Point<double>(1.0, 2.0), q);
+  q.setMax(Point<double>(3.0, nan));
+  EXPECT_EQ(Point<double>(3.0, 2.0), q);
+  Point<std::uint32_t> r(4, 0);
+  r.setMin(Point<std::uint32_t>(4294967295u, 0));
+  EXPECT_EQ(4u, r.getU());
 }
 
 TEST(TwoDimensionalInt, ArithmeticWrapsModulo2To32) {
@@ -50,9 +50,7 @@ TEST(TwoDimensionalInt, ArithmeticWrapsModulo2To32) {
   EXPECT_EQ(-2, Vector<int>(INT_MAX, 0).det(Vector<int>(0, 2)));
   EXPECT_EQ(1, Point<int>(INT_MAX, 0).dSqr(Point<int>(-1, 1)));
   EXPECT_EQ(Vector<int>(-3, 3), Vector<int>(-7, 7) / 2);
-}
 
-TEST(TwoDimensionalUnsigned, PerpAndSubtractionWrap) {
   EXPECT_EQ(Vector<std::uint32_t>(4294967294u, 1), Vector<std::uint32_t>(1, 2).perp());
   EXPECT_EQ(Vector<std::uint32_t>(4294967295u, 0),
             Point<std::uint32_t>(0, 3) - Point<std::uint32_t>(1, 3));
@@ -70,7 +68,7 @@ TEST(TwoDimensionalVector, DetSignNullityAndDivision) {
   EXPECT_TRUE(std::isnan((Vector<double>(0.0, 1.0) / 0.0).getdU()));
 }
 
-TEST(TwoDimensionalBox, IsHalfOpen) {
+TEST(TwoDimensionalBox, IsHalfOpenAndExpandKeepsTheOriginOfADefaultBox) {
   BoundingBoxAA<int> box(Point<int>(0, 0), Vector<int>(2, 3));
   EXPECT_TRUE(box.isInside(Point<int>(0, 0)));
   EXPECT_TRUE(box.isInside(Point<int>(1, 2)));
@@ -79,10 +77,8 @@ TEST(TwoDimensionalBox, IsHalfOpen) {
   EXPECT_FALSE(box.isInside(Point<int>(-1, 0)));
   EXPECT_FALSE(Point<int>(1, 1).getBoundingBox().isInside(Point<int>(1, 1)));
   EXPECT_EQ(Point<int>(2, 3), box.getp1());
-}
 
-TEST(TwoDimensionalBox, ExpandCoversBothAndDefaultBoxKeepsOrigin) {
-  BoundingBoxAA<int> box(Point<int>(5, 5), Vector<int>(1, 1));
+  box = BoundingBoxAA<int>(Point<int>(5, 5), Vector<int>(1, 1));
   box.expand(BoundingBoxAA<int>(Point<int>(0, 0), Vector<int>(1, 1)));
   EXPECT_EQ(Point<int>(0, 0), box.getp());
   EXPECT_EQ(Vector<int>(6, 6), box.getd());
@@ -92,7 +88,7 @@ TEST(TwoDimensionalBox, ExpandCoversBothAndDefaultBoxKeepsOrigin) {
   EXPECT_EQ(Vector<double>(3.0, 4.0), grown.getd());
 }
 
-TEST(TwoDimensionalLinearMap, ConstructionRotationAndInverse) {
+TEST(TwoDimensionalLinearMap, ConstructionRotationInverseAndUnknownDefault) {
   EXPECT_EQ(LinearMap<double>(0.0, 0.0, 0.0, 0.0), LinearMap<double>());
   EXPECT_EQ(LinearMap<double>(1.0, 0.0, 0.0, 1.0), LinearMap<double>(Identity));
   LinearMap<double> const R(1.0, 4.0, 2.0);
@@ -106,15 +102,8 @@ TEST(TwoDimensionalLinearMap, ConstructionRotationAndInverse) {
   EXPECT_EQ(LinearMap<double>(1.0, -1.0, -1.0, 2.0), M.inverse());
   EXPECT_EQ(LinearMap<double>(Identity), M * M.inverse());
   EXPECT_EQ(LinearMap<double>(4.0, 3.0, 3.0, 2.0), M(M) - LinearMap<double>(1.0, 0.0, 0.0, 0.0));
-}
-
-TEST(TwoDimensionalLinearMap, UnknownDefaultThrows) {
-  try {
-    LinearMap<double> M(static_cast<DefaultLinearMaps>(1));
-    FAIL();
-  } catch (std::exception const& e) {
-    EXPECT_STREQ("Unsupported linear map initialisation.", e.what());
-  }
+  EXPECT_EQ("Unsupported linear map initialisation.",
+            QARN::Test::messageOf([] { LinearMap<double>(static_cast<DefaultLinearMaps>(1)); }));
 }
 
 } // namespace
