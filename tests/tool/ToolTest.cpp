@@ -6,6 +6,8 @@
 #include <QARN/Geometry/ThreeDimensional/QuadMesh/RectMesh.h>
 #include <QARN/Geometry/ThreeDimensional/QuadMesh/RectMeshGroup.h>
 
+#include <common/Support.h>
+
 #include <png.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -14,7 +16,6 @@
 #include <cstdlib>
 #include <cstring>
 #include <filesystem>
-#include <fstream>
 #include <set>
 #include <sstream>
 #include <string>
@@ -26,6 +27,7 @@ namespace {
 namespace fs = std::filesystem;
 using QARN::Geometry::ThreeDimensional::QuadMesh::RectMesh;
 using QARN::Geometry::ThreeDimensional::QuadMesh::RectMeshGroup;
+using QARN::Test::readFile;
 using Offset = QARN::Geometry::TwoDimensional::Vector<int>;
 
 // Each test process works in its own folder: CTest runs the cases in parallel.
@@ -38,11 +40,6 @@ fs::path const workFolder = [] {
   return folder;
 }();
 
-std::string readText(fs::path const& path) {
-  std::ifstream in(path, std::ios::binary);
-  return std::string(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
-}
-
 std::vector<std::string> lines(std::string const& text) {
   std::vector<std::string> result;
   std::istringstream in(text);
@@ -53,8 +50,7 @@ std::vector<std::string> lines(std::string const& text) {
 
 struct Outcome {
   int status = -1;
-  std::string out;
-  std::string err;
+  std::string out, err;
 };
 
 Outcome qarn(std::string const& arguments) {
@@ -63,11 +59,7 @@ Outcome qarn(std::string const& arguments) {
   std::string const command =
       std::string(QARN_TOOL_PATH) + " " + arguments + " >" + out.string() + " 2>" + err.string();
   int const raw = std::system(command.c_str());
-  Outcome run;
-  run.status = WIFEXITED(raw) ? WEXITSTATUS(raw) : -1;
-  run.out = readText(out);
-  run.err = readText(err);
-  return run;
+  return {WIFEXITED(raw) ? WEXITSTATUS(raw) : -1, readFile(out), readFile(err)};
 }
 
 /// The number after "label" at the start of a summary line.
@@ -84,19 +76,15 @@ std::vector<Offset> summaryOffsets(std::string const& out) {
   std::vector<Offset> offsets;
   for (std::string const& line : lines(out)) {
     auto const at = line.find(", offset ");
-    if (at != std::string::npos) {
-      int u = 0;
-      int v = 0;
-      std::sscanf(line.c_str() + at + 9, "%d,%d", &u, &v);
+    int u = 0, v = 0;
+    if (at != std::string::npos && std::sscanf(line.c_str() + at + 9, "%d,%d", &u, &v) == 2)
       offsets.emplace_back(u, v);
-    }
   }
   return offsets;
 }
 
 struct Image {
-  std::uint32_t width = 0;
-  std::uint32_t height = 0;
+  std::uint32_t width = 0, height = 0;
   std::vector<std::uint8_t> rgb;
 
   bool isBlack(std::uint32_t column, std::uint32_t row) const {
@@ -124,13 +112,12 @@ Image decodePng(fs::path const& path) {
 
 struct CsvHit {
   std::string mesh;
-  int u = 0;
-  int v = 0;
+  int u = 0, v = 0;
 };
 
 /// The rows of hits.csv after checking its header line.
 std::vector<CsvHit> readHits(fs::path const& path) {
-  std::vector<std::string> const rows = lines(readText(path));
+  std::vector<std::string> const rows = lines(readFile(path));
   EXPECT_FALSE(rows.empty());
   EXPECT_EQ(rows.at(0), "x,y,z,mesh,u,v,distance,angle");
   std::vector<CsvHit> hits;
@@ -175,10 +162,8 @@ TEST(Tool, DemoImagesAndHitsAgreeWithTheSummaryAndTheScanGrid) {
   auto const height = static_cast<std::uint32_t>(box.getd().getdV());
   Image const cscan = decodePng(d.folder / "cscan.png");
   Image const angle = decodePng(d.folder / "angle.png");
-  EXPECT_EQ(cscan.width, width);
-  EXPECT_EQ(cscan.height, height);
-  EXPECT_EQ(angle.width, width);
-  EXPECT_EQ(angle.height, height);
+  for (Image const* image : {&cscan, &angle})
+    EXPECT_EQ(std::make_pair(width, height), std::make_pair(image->width, image->height));
   ASSERT_EQ(cscan.rgb.size(), std::size_t{3} * width * height);
 
   std::vector<CsvHit> const hits = readHits(d.folder / "hits.csv");
@@ -215,7 +200,7 @@ TEST(Tool, ScanOfTheDemoFilesRepeatsTheDemoAndFlipsMirrorOneMesh) {
 
   Outcome const same = qarn("scan " + files + " -o " + (workFolder / "same").string());
   ASSERT_EQ(same.status, 0) << same.err;
-  EXPECT_EQ(readText(workFolder / "same" / "hits.csv"), readText(d.folder / "hits.csv"));
+  EXPECT_EQ(readFile(workFolder / "same" / "hits.csv"), readFile(d.folder / "hits.csv"));
 
   Outcome const flipped =
       qarn("scan " + files + " --flip-u 2 -o " + (workFolder / "flip").string());
@@ -254,9 +239,8 @@ TEST(Tool, InfoAndExportDescribeTheDemoCylinder) {
   fs::path const obj = workFolder / "cylinder.obj";
   Outcome const exported = qarn("export " + d.cylinder.string() + " -o " + obj.string());
   ASSERT_EQ(exported.status, 0) << exported.err;
-  std::size_t vertices = 0;
-  std::size_t faces = 0;
-  for (std::string const& line : lines(readText(obj))) {
+  std::size_t vertices = 0, faces = 0;
+  for (std::string const& line : lines(readFile(obj))) {
     vertices += line.rfind("v ", 0) == 0 ? 1 : 0;
     faces += line.rfind("f ", 0) == 0 ? 1 : 0;
   }
