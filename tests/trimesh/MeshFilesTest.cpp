@@ -1,7 +1,5 @@
 #include "TriMeshTestSupport.h"
 
-#include <QARN/Progress/ProgressListener.h>
-
 #include <filesystem>
 
 #include <unistd.h>
@@ -14,14 +12,6 @@ std::string const points = "v 0 0 0\nv 1 0 0\nv 0 1 0\n";
 /// A unit square of two triangles with flattened coordinates (x/2, y/4).
 std::string const square = "g Vertices\nv 0 0 0\nv 1 0 0\nv 1 1 0\nv 0 1 0\ng Vertices2D\n"
                            "vt 0 0\nvt 0.5 0\nvt 0.5 0.25\nvt 0 0.25\ng Faces\nf 1 2 3\nf 1 3 4\n";
-
-struct RecordingListener : QARN::ProgressListener {
-  std::vector<std::string> calls;
-  void setStatusText(char const* text) override { calls.push_back(text); }
-  void setProgress(std::uint32_t percent) override { calls.push_back(std::to_string(percent)); }
-  void setValue(char const*, double) override {}
-  void setIteration(std::uint32_t) override {}
-};
 
 TEST(TriMeshFiles, SaveWritesTheFormatAndLoadsBack) {
   Mesh mesh;
@@ -137,26 +127,23 @@ TEST(TriMeshFiles, CutPairsTravelInTheCompanionFile) {
 
 TEST(TriMeshFiles, ProgressTextsAndValues) {
   Mesh mesh;
-  RecordingListener listener;
+  QARN::Test::ProgressLog listener;
   mesh.setProgressListener(&listener);
   loadText(mesh, banner + square, "progress.obj");
   // 4 vertices over 4 "v " + 1; 4 "vt" over 4 vertices (up to 101); 2 faces over 3 'f' + 1 (one
   // in the banner's "of"); 1 grown triangle over 2 faces.
-  EXPECT_EQ((std::vector<std::string>{"Initialising file load: progress.obj.",
-                                      "Reading 3D coordinates...", "21", "41", "61", "81",
-                                      "Reading 2D coordinates...", "26", "51", "76", "101",
-                                      "Reading connectivity information...", "26", "51",
-                                      "Constructing triangle mesh...", "51"}),
-            listener.calls);
-  listener.calls.clear();
+  EXPECT_EQ("Initialising file load: progress.obj. Reading 3D coordinates... 21 41 61 81 "
+            "Reading 2D coordinates... 26 51 76 101 Reading connectivity information... 26 51 "
+            "Constructing triangle mesh... 51 ",
+            listener.log);
+  listener.log.clear();
   std::string const path = tempPath("progress.obj");
   mesh.save(path.c_str(), true, false);
   // Item c of n reports c*100/n + 1, counting from 0.
-  EXPECT_EQ((std::vector<std::string>{"Initialising file save: " + path + ".",
-                                      "Writing 3D coordinates...", "1", "26", "51", "76",
-                                      "Writing 2D coordinates...", "1", "26", "51", "76",
-                                      "Writing connectivity information...", "1", "51"}),
-            listener.calls);
+  EXPECT_EQ("Initialising file save: " + path +
+                ". Writing 3D coordinates... 1 26 51 76 Writing 2D coordinates... 1 26 51 76 "
+                "Writing connectivity information... 1 51 ",
+            listener.log);
 }
 
 } // namespace

@@ -148,10 +148,7 @@ TEST(TriMeshTopology, ConnectAndCut) {
 
 TEST(TriMeshMap, GreaterComparesValuesStrictly) {
   using Entry = Map<std::uint32_t, double>;
-  Entry const a(1, 2.0);
-  Entry const b(2, 2.0);
-  Entry const c(3, 1.0);
-  Entry const nan(4, std::numeric_limits<double>::quiet_NaN());
+  Entry const a(1, 2.0), b(2, 2.0), c(3, 1.0), nan(4, std::numeric_limits<double>::quiet_NaN());
   EXPECT_TRUE(!(a > b) && !(b > a) && a > c && !(nan > c) && !(c > nan));
   EXPECT_TRUE(c.gets() == 3 && c.gett() == 1.0);
   EXPECT_EQ(Edge(), (Map<Map<Map<Edge, bool>, int>, double>().gets().gets().gets()));

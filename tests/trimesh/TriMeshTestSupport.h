@@ -11,9 +11,6 @@
 #include <array>
 #include <cmath>
 #include <cstdio>
-#include <cstdlib>
-#include <fstream>
-#include <sstream>
 #include <string>
 #include <vector>
 
@@ -88,15 +85,10 @@ inline FileContents loadText(Mesh& mesh, std::string const& text,
   return mesh.load(tempPath(name).c_str());
 }
 
-/// The message of the library exception thrown by f, or "no error".
+/// The message of the library exception thrown by f, or "no exception".
 template <typename F>
 std::string errorOf(F f) {
-  try {
-    f();
-  } catch (QARN::Exception const& e) {
-    return e.what();
-  }
-  return "no error";
+  return QARN::Test::messageOf<QARN::Exception>(f);
 }
 
 /// The distinct triangles of a mesh, in creation order.
