@@ -113,6 +113,14 @@ TEST(Solve, IdentityTakesOneIterationAndSolvedStartsNone) {
   y.allOnes();
   EXPECT_TRUE(solveAndCompare(A, y, A * y, k));
   EXPECT_EQ(0u, k);
+  // The bound is the absolute residual norm 1e-20, met with equality.
+  SparseMatrix const one(1, 1, 1, SparseMatrix::Identity);
+  for (double const residual : {1e-20, 5e-20}) {
+    Vector tiny(1), zero(1);
+    tiny.set(0, residual);
+    EXPECT_TRUE(Utility::solve(one, zero, tiny, &k, nullptr, nullptr));
+    EXPECT_EQ(residual > 1e-20 ? 1u : 0u, k) << residual;
+  }
 }
 
 TEST(Solve, SingularAndNonSymmetricSystemsFail) {
