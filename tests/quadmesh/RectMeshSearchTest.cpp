@@ -267,6 +267,37 @@ TEST_F(RectMeshSearch, WalkStopsAfterThirtyTwoStepsOnAnOscillation) {
   EXPECT_GT(oscillationReads, 10 * mesh.reads);
 }
 
+TEST_F(RectMeshSearch, WalkLimitsAreFourInvalidLandingsAndThirtyTwoSteps) {
+  // Quads 1.25 wide with every fifth point column invalid, except that quads 2, 7, 12 and 17
+  // are 4, 3, 2 and 1 wide: the estimate from each of them lands in the next hole, and the
+  // back-off ends on the next of them, the last time on the target quad 22.
+  GridMesh row(25, 1, [](int u, int v) {
+    double x = 1.25 * u;
+    for (int k = 0; k < 4 && 5 * k + 2 < u; ++k)
+      x += 2.75 - k;
+    return Point(x, v, 0);
+  });
+  for (int u = 4; u <= 25; u += 5)
+    for (int v = 0; v <= 1; ++v)
+      row.setPointValidity(GridPoint(u, v), false);
+  Point const probe(33.125, 0.3, 3);
+  // Three invalid landings from quad 7, four from quad 2.
+  startAt(row, GridPoint(7, 0));
+  EXPECT_EQ(GridPoint(22, 0), row.getIntersectionStatus(probe, down, false).getIndices());
+  startAt(row, GridPoint(2, 0));
+  EXPECT_FALSE(row.getIntersectionStatus(probe, down, false).getIsValid());
+
+  // The surface z = −4^−u rises towards a beam at z = −2^−67: each quad's plane meets the beam
+  // one quad further on, up to quad 33, which the beam meets: 32 steps from quad 1, 33 from 0.
+  GridMesh rising(40, 1, [](int u, int v) { return Point(u, v, -std::ldexp(1.0, -2 * u)); });
+  Point const skimming(-1, 0.3, -std::ldexp(1.0, -67));
+  Vector const along(1, 0, 0);
+  startAt(rising, GridPoint(1, 0));
+  EXPECT_EQ(GridPoint(33, 0), rising.getIntersectionStatus(skimming, along, false).getIndices());
+  startAt(rising, GridPoint(0, 0));
+  EXPECT_FALSE(rising.getIntersectionStatus(skimming, along, false).getIsValid());
+}
+
 TEST_F(RectMeshSearch, NearestPointAndSearchLattice) {
   GridMesh mesh = flatGrid(10, 10);
   double distance = 0;
