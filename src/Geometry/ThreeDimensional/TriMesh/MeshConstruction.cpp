@@ -7,8 +7,23 @@
 #include <QARN/Exception.h>
 
 #include <algorithm>
+#include <memory>
+#include <new>
 
 namespace QARN::Geometry::ThreeDimensional::TriMesh {
+
+Triangle* Mesh::createTriangle(std::uint32_t a, std::uint32_t b, std::uint32_t c) {
+  if (triangleCount == triangleBlocks.size() * trianglesPerBlock) {
+    std::unique_ptr<Triangle, TriangleBlockDeleter> block(
+        std::allocator<Triangle>().allocate(trianglesPerBlock));
+    triangleBlocks.push_back(std::move(block));
+  }
+  auto* const triangle = new (getTriangleBySerial(triangleCount)) Triangle(
+      this, {a, b, c}, {nullptr, nullptr, nullptr},
+      {Triangle::invalidEdgeIndex, Triangle::invalidEdgeIndex, Triangle::invalidEdgeIndex});
+  triangle->serial = triangleCount++;
+  return triangle;
+}
 
 bool Mesh::addFloatingTriangle(std::vector<std::uint32_t> const& indices) {
   if (indices.size() != 3)
@@ -81,7 +96,7 @@ bool Mesh::addBoundaryTriangle(Edge const& edge, std::int32_t vertexIndex) {
   std::uint32_t const n = getNumberOfVertices();
   if (o >= n || d >= n || z >= n || o == d || z == o || z == d)
     return false;
-  bool const floating = getIsVertexFloating(z);
+  bool const floating = vertexTriangles[z] == nullptr;
   Edge toOrg;
   Edge fromDest;
   bool const hasToOrg = !floating && getBoundaryEdgeFromFans(z, o, &toOrg);
