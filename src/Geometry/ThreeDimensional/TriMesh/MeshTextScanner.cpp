@@ -43,12 +43,13 @@ bool MeshTextScanner::skipPast(char c) {
 }
 
 bool MeshTextScanner::skipPast(char a, char b) {
-  while (skipPast(a)) {
-    if (cursor != end && *cursor == b) {
-      ++cursor;
+  // The pair is sought by its second character, which is the rarer in mesh files ('t' of "vt").
+  if (cursor == end)
+    return false;
+  ++cursor;
+  while (skipPast(b))
+    if (cursor[-2] == a)
       return true;
-    }
-  }
   return false;
 }
 
