@@ -6,8 +6,6 @@
 
 namespace QARN::Geometry::ThreeDimensional::TriMesh {
 
-Edge::Edge() : triangle(nullptr), triangleEdgeIndex(Triangle::invalidEdgeIndex) {}
-
 Point Edge::vphiorg3() const {
   return triangle->mesh->getVertex(org()).getPoint3D();
 }

@@ -33,23 +33,6 @@ void Mesh::TriangleBlockDeleter::operator()(Triangle* block) const {
   std::allocator<Triangle>().deallocate(block, trianglesPerBlock);
 }
 
-Triangle* Mesh::createTriangle(std::uint32_t a, std::uint32_t b, std::uint32_t c) {
-  if (triangleCount == triangleBlocks.size() * trianglesPerBlock) {
-    std::unique_ptr<Triangle, TriangleBlockDeleter> block(
-        std::allocator<Triangle>().allocate(trianglesPerBlock));
-    triangleBlocks.push_back(std::move(block));
-  }
-  auto* const triangle = new (getTriangleBySerial(triangleCount)) Triangle(
-      this, {a, b, c}, {nullptr, nullptr, nullptr},
-      {Triangle::invalidEdgeIndex, Triangle::invalidEdgeIndex, Triangle::invalidEdgeIndex});
-  triangle->serial = triangleCount++;
-  return triangle;
-}
-
-std::uint32_t Mesh::getNumberOfVertices() const {
-  return static_cast<std::uint32_t>(vertices.size());
-}
-
 Vertex& Mesh::getVertex(std::uint32_t i) {
   return const_cast<Vertex&>(static_cast<Mesh const*>(this)->getVertex(i));
 }

@@ -7,8 +7,23 @@
 #include <QARN/Exception.h>
 
 #include <algorithm>
+#include <memory>
+#include <new>
 
 namespace QARN::Geometry::ThreeDimensional::TriMesh {
+
+Triangle* Mesh::createTriangle(std::uint32_t a, std::uint32_t b, std::uint32_t c) {
+  if (triangleCount == triangleBlocks.size() * trianglesPerBlock) {
+    std::unique_ptr<Triangle, TriangleBlockDeleter> block(
+        std::allocator<Triangle>().allocate(trianglesPerBlock));
+    triangleBlocks.push_back(std::move(block));
+  }
+  auto* const triangle = new (getTriangleBySerial(triangleCount)) Triangle(
+      this, {a, b, c}, {nullptr, nullptr, nullptr},
+      {Triangle::invalidEdgeIndex, Triangle::invalidEdgeIndex, Triangle::invalidEdgeIndex});
+  triangle->serial = triangleCount++;
+  return triangle;
+}
 
 bool Mesh::addFloatingTriangle(std::vector<std::uint32_t> const& indices) {
   if (indices.size() != 3)
@@ -81,7 +96,7 @@ bool Mesh::addBoundaryTriangle(Edge const& edge, std::int32_t vertexIndex) {
   std::uint32_t const n = getNumberOfVertices();
   if (o >= n || d >= n || z >= n || o == d || z == o || z == d)
     return false;
-  bool const floating = getIsVertexFloating(z);
+  bool const floating = vertexTriangles[z] == nullptr;
   Edge toOrg;
   Edge fromDest;
   bool const hasToOrg = !floating && getBoundaryEdgeFromFans(z, o, &toOrg);
@@ -117,128 +132,198 @@ namespace {
 
 constexpr std::uint32_t none = 0xFFFFFFFFu;
 
-/// The directed edges of the faces still to be added, found by the key of the front edge that
-/// matches them: a face holding x->y matches the front edge y->x, whose key is y + n*x. A key is
-/// split into (key mod n, key div n): one bucket per vertex, sorted by the second part. Keys
-/// whose second part is n or more belong to no triangle edge and are left out. The first entry
-/// of a key also records the front triangle of that edge while the edge is in the front; front
-/// edges that no face looks up cannot affect the growth and are not kept.
-class FaceEdgeTable {
+/// The faces as the growth sees them. Face edge k runs from corner k to corner k+1; h = 3f + k
+/// names edge k of face f. A face holding x->y matches the front edge y->x, whose key is
+/// y + n*x, taken as (key mod n, key div n), the front edge's org and dest (y and x themselves
+/// when both are below n); keys whose dest is n or more belong to no triangle edge. The face
+/// edges matching one key form a cycle, and each of them holds the key's front triangle while the
+/// key is in the front, so a face matches the front exactly when one of its edges holds one.
+class GrowthFaces {
 public:
-  FaceEdgeTable(std::vector<std::array<std::uint32_t, 3>> const& faces, std::uint32_t n)
-      : n(n), start(std::size_t(n) + 1, 0) {
-    auto const forEachEdge = [&](auto use) {
-      for (std::uint32_t f = 1; f < faces.size(); ++f)
-        for (int k = 0; k < 3; ++k) {
-          auto const [bucket, second] = split(faces[f][(k + 1) % 3], faces[f][k]);
-          if (second < n)
-            use(bucket, second, f);
-        }
-    };
-    forEachEdge([&](std::uint32_t bucket, std::uint32_t, std::uint32_t) { ++start[bucket + 1]; });
-    for (std::uint32_t b = 0; b < n; ++b)
-      start[b + 1] += start[b];
-    entries.resize(start[n]);
-    std::vector<std::uint32_t> next(start.begin(), start.end() - 1);
-    forEachEdge([&](std::uint32_t bucket, std::uint32_t second, std::uint32_t f) {
-      entries[next[bucket]++] = Entry{second, f, none};
-    });
-    for (std::uint32_t b = 0; b < n; ++b)
-      std::sort(entries.begin() + start[b], entries.begin() + start[b + 1]);
-  }
+  /// The last face takes the seed's slot 0; the others keep their own.
+  GrowthFaces(std::vector<std::array<std::uint32_t, 3>> const& faces, std::uint32_t n);
 
-  /// The entries [first, last) holding the key org + n*dest; empty when no face holds it.
-  std::pair<std::uint32_t, std::uint32_t> find(std::uint32_t org, std::uint32_t dest) const {
-    auto const [bucket, second] = split(org, dest);
-    if (second >= n)
-      return {0, 0};
-    auto const first = entries.begin() + start[bucket];
-    auto const last = entries.begin() + start[bucket + 1];
-    auto const from =
-        std::lower_bound(first, last, Entry{static_cast<std::uint32_t>(second), 0, 0});
-    auto to = from;
-    while (to != last && to->second == second)
-      ++to;
-    return {static_cast<std::uint32_t>(from - entries.begin()),
-            static_cast<std::uint32_t>(to - entries.begin())};
-  }
-  std::uint32_t face(std::uint32_t i) const { return entries[i].face; }
-  /// Serial of the front triangle holding the edge of the key of first entry i, or none.
-  std::uint32_t& front(std::uint32_t i) { return entries[i].front; }
+  /// Per edge of face f: serial of the front triangle whose edge it matches, or none.
+  std::uint32_t* fronts(std::uint32_t f) { return state[f].front; }
+  std::uint32_t& front(std::uint32_t h) { return state[h / 3].front[h % 3]; }
+  /// Slot of face f among the faces not yet added; none once added (the seed from the start).
+  std::uint32_t& slot(std::uint32_t f) { return state[f].slot; }
+  /// A face edge matching the key of a front edge running along face edge h, or none.
+  std::uint32_t along(std::uint32_t h) const { return links[h / 3].along[h % 3]; }
+  /// The next face edge matching the same key as face edge h (h itself when alone).
+  std::uint32_t sameKey(std::uint32_t h) const { return links[h / 3].sameKey[h % 3]; }
+  /// A face edge matching the key org + n*dest, or none, by a search through every face edge: for
+  /// the triangles that are no rotation of their face, which only a first face repeating a corner
+  /// gives rise to (at most three times).
+  std::uint32_t find(std::uint32_t org, std::uint32_t dest) const;
 
 private:
-  struct Entry {
-    std::uint32_t second;
-    std::uint32_t face;
-    std::uint32_t front;
-    bool operator<(Entry const& e) const {
-      return second < e.second || (second == e.second && face < e.face);
-    }
+  struct Key {
+    std::uint32_t org;
+    std::uint64_t dest;
   };
-
-  /// (key mod n, key div n) of the key org + n*dest, without dividing when org is below n.
-  std::pair<std::uint32_t, std::uint64_t> split(std::uint32_t org, std::uint32_t dest) const {
-    if (org < n)
-      return {org, dest};
-    std::uint64_t const key = org + std::uint64_t(n) * dest;
+  /// The key matched by face edge k of face f, without dividing when both corners are below n.
+  Key getKey(std::uint32_t f, std::uint32_t k) const {
+    std::uint32_t const x = faces[f][k];
+    std::uint32_t const y = faces[f][(k + 1) % 3];
+    if (x < n && y < n)
+      return {y, x};
+    std::uint64_t const key = y + std::uint64_t(n) * x;
     return {static_cast<std::uint32_t>(key % n), key / n};
   }
 
+  /// Per face, what the growth changes and what it only reads, apart and packed: the faces met
+  /// one after another lie far apart, and those near a met one are met soon after.
+  struct State {
+    std::uint32_t front[3];
+    std::uint32_t slot;
+  };
+  struct Links {
+    std::uint32_t along[3];
+    std::uint32_t sameKey[3];
+  };
+
+  std::vector<std::array<std::uint32_t, 3>> const& faces;
   std::uint32_t n;
-  std::vector<std::uint32_t> start;
-  std::vector<Entry> entries;
+  std::unique_ptr<State[]> state;
+  std::unique_ptr<Links[]> links;
 };
+
+GrowthFaces::GrowthFaces(std::vector<std::array<std::uint32_t, 3>> const& faces, std::uint32_t n)
+    : faces(faces), n(n), state(new State[faces.size()]), links(new Links[faces.size()]) {
+  auto const faceCount = static_cast<std::uint32_t>(faces.size());
+  for (std::uint32_t f = 0; f < faceCount; ++f)
+    state[f] = State{{none, none, none}, f == 0 ? none : f == faceCount - 1 ? 0 : f};
+  // The face edges are sorted by key: into a bucket per smaller end and direction,
+  // 2*min + (org > dest), so that a key and its reverse lie in neighbouring buckets, then by the
+  // larger end within a bucket.
+  auto const bucket = [](Key const& key) {
+    return key.org <= key.dest ? 2 * std::size_t(key.org) : 2 * key.dest + 1;
+  };
+  std::vector<std::uint32_t> start(2 * std::size_t(n) + 2, 0);
+  for (std::uint32_t f = 0; f < faceCount; ++f)
+    for (std::uint32_t k = 0; k < 3; ++k) {
+      Key const key = getKey(f, k);
+      if (key.dest < n)
+        ++start[bucket(key) + 1];
+    }
+  for (std::size_t b = 1; b < start.size(); ++b)
+    start[b] += start[b - 1];
+  // Each entry as (larger end << 32) + face edge.
+  std::unique_ptr<std::uint64_t[]> sorted(new std::uint64_t[start.back()]);
+  {
+    std::vector<std::uint32_t> next(start.begin(), start.end() - 1);
+    for (std::uint32_t f = 0; f < faceCount; ++f)
+      for (std::uint32_t k = 0; k < 3; ++k) {
+        Key const key = getKey(f, k);
+        if (key.dest < n) {
+          sorted[next[bucket(key)]++] =
+              std::max<std::uint64_t>(key.org, key.dest) << 32 | (3 * f + k);
+        } else {
+          links[f].along[k] = none;
+          links[f].sameKey[k] = none;
+        }
+      }
+  }
+  auto const larger = [&](std::uint32_t i) { return sorted[i] >> 32; };
+  auto const edge = [&](std::uint32_t i) { return static_cast<std::uint32_t>(sorted[i]); };
+  // The run of entries from i sharing its larger end, within the bucket ending at last.
+  auto const runEnd = [&](std::uint32_t i, std::uint32_t last) {
+    std::uint32_t j = i + 1;
+    while (j < last && larger(j) == larger(i))
+      ++j;
+    return j;
+  };
+  // A run's face edges match one key; along their edges runs the key of the run at reverse.
+  auto const setRun = [&](std::uint32_t first, std::uint32_t last, std::uint32_t reverse) {
+    for (std::uint32_t i = first; i < last; ++i) {
+      std::uint32_t const h = edge(i);
+      links[h / 3].sameKey[h % 3] = edge(i + 1 < last ? i + 1 : first);
+      links[h / 3].along[h % 3] = reverse == none ? none : edge(reverse);
+    }
+  };
+  for (std::uint32_t v = 0; v < n; ++v) {
+    // Keys v->w with v <= w, then w->v with v < w; a run and its reverse share w.
+    std::uint32_t i = start[2 * std::size_t(v)];
+    std::uint32_t const endI = start[2 * std::size_t(v) + 1];
+    std::uint32_t j = endI;
+    std::uint32_t const endJ = start[2 * std::size_t(v) + 2];
+    std::sort(sorted.get() + i, sorted.get() + endI);
+    std::sort(sorted.get() + j, sorted.get() + endJ);
+    while (i < endI || j < endJ) {
+      bool const useI = i < endI && (j == endJ || larger(i) <= larger(j));
+      bool const useJ = j < endJ && (i == endI || larger(j) <= larger(i));
+      std::uint32_t const nextI = useI ? runEnd(i, endI) : i;
+      std::uint32_t const nextJ = useJ ? runEnd(j, endJ) : j;
+      if (useI)
+        setRun(i, nextI, larger(i) == v ? i : useJ ? j : none);
+      if (useJ)
+        setRun(j, nextJ, useI ? i : none);
+      i = nextI;
+      j = nextJ;
+    }
+  }
+}
+
+std::uint32_t GrowthFaces::find(std::uint32_t org, std::uint32_t dest) const {
+  for (std::uint32_t f = 0; f < faces.size(); ++f)
+    for (std::uint32_t k = 0; k < 3; ++k) {
+      Key const key = getKey(f, k);
+      if (key.org == org && key.dest == dest)
+        return 3 * f + k;
+    }
+  return none;
+}
 
 } // namespace
 
 // The faces are tried as a cursor cycling over the slots of the faces not yet added would try
 // them: the last face fills each freed slot, and the cursor moves on to the next slot, wrapping
 // to 0. Rather than testing every slot, the cursor jumps to the next slot whose face has an edge
-// matching the front, a set kept up to date as edges enter and leave the front.
+// matching the front, a set kept up to date as edges enter and leave the front. Front edges that
+// no face matches cannot affect the growth and are not kept.
 void Mesh::constructFromFaces(std::vector<Face> const& faces) {
   ProgressStage stage(progressListener, "Constructing triangle mesh...", faces.size());
-  // Table positions are 32-bit: three per face.
+  // Face edges are numbered in 32 bits.
   if (faces.empty() || faces.size() >= none / 3)
     throw Exception("Mesh construction failure");
   auto const faceCount = static_cast<std::uint32_t>(faces.size());
   if (!addFloatingTriangle({faces[0][0], faces[0][1], faces[0][2]}))
     throw Exception("Mesh construction failure");
-  FaceEdgeTable table(faces, getNumberOfVertices());
-
-  // The last face takes the seed's slot 0; the others keep their own.
+  GrowthFaces growth(faces, getNumberOfVertices());
   std::vector<std::uint32_t> faceAt(faceCount - 1);
-  std::vector<std::uint32_t> slotOf(faceCount, none);
-  for (std::uint32_t f = 1; f < faceCount; ++f) {
-    std::uint32_t const slot = f == faceCount - 1 ? 0 : f;
-    faceAt[slot] = f;
-    slotOf[f] = slot;
-  }
-  std::vector<std::uint8_t> matchingEdges(faceCount, 0);
+  for (std::uint32_t f = 1; f < faceCount; ++f)
+    faceAt[growth.slot(f)] = f;
   SlotSet matching(faceCount - 1);
 
-  auto const addToFront = [&](Edge const& e) {
-    auto const [first, last] = table.find(e.org(), e.dest());
-    if (first == last || table.front(first) != none)
+  // Puts the key matched by face edge h into the front, unless it is there.
+  auto const addToFront = [&](std::uint32_t h, Triangle const* t) {
+    if (h == none || growth.front(h) != none)
       return;
-    table.front(first) = static_cast<std::uint32_t>(e.getTriangle()->serial);
-    for (std::uint32_t i = first; i < last; ++i) {
-      std::uint32_t const f = table.face(i);
-      if (slotOf[f] != none && matchingEdges[f]++ == 0)
-        matching.insert(slotOf[f]);
-    }
+    std::uint32_t i = h;
+    do {
+      std::uint32_t* const fronts = growth.fronts(i / 3);
+      bool const wasMatching = fronts[0] != none || fronts[1] != none || fronts[2] != none;
+      fronts[i % 3] = static_cast<std::uint32_t>(t->serial);
+      if (!wasMatching && growth.slot(i / 3) != none)
+        matching.insert(growth.slot(i / 3));
+      i = growth.sameKey(i);
+    } while (i != h);
   };
-  auto const removeFromFront = [&](std::pair<std::uint32_t, std::uint32_t> entries) {
-    table.front(entries.first) = none;
-    for (std::uint32_t i = entries.first; i < entries.second; ++i) {
-      std::uint32_t const f = table.face(i);
-      if (slotOf[f] != none && --matchingEdges[f] == 0)
-        matching.erase(slotOf[f]);
-    }
+  auto const removeFromFront = [&](std::uint32_t h) {
+    std::uint32_t i = h;
+    do {
+      std::uint32_t* const fronts = growth.fronts(i / 3);
+      fronts[i % 3] = none;
+      if (fronts[0] == none && fronts[1] == none && fronts[2] == none && growth.slot(i / 3) != none)
+        matching.erase(growth.slot(i / 3));
+      i = growth.sameKey(i);
+    } while (i != h);
   };
-
-  Triangle* const seed = getTriangleBySerial(triangleCount - 1);
-  for (std::int32_t k = 0; k < 3; ++k)
-    addToFront(seed->getEdge(k));
+  // The seed's edges 0, 1, 2 run along the first face's edges 1, 2, 0.
+  Triangle const* const seed = getTriangleBySerial(triangleCount - 1);
+  for (std::uint32_t k = 0; k < 3; ++k)
+    addToFront(growth.along((k + 1) % 3), seed);
 
   std::uint32_t remaining = faceCount - 1;
   std::size_t cursor = 0;
@@ -251,34 +336,36 @@ void Mesh::constructFromFaces(std::vector<Face> const& faces) {
       throw Exception("Mesh construction failure");
     std::uint32_t const f = faceAt[slot];
     Face const& face = faces[f];
-    std::pair<std::uint32_t, std::uint32_t> matched;
-    Triangle* owner = nullptr;
-    std::uint32_t y = 0;
-    std::uint32_t z = 0;
-    for (int k = 0; k < 3 && owner == nullptr; ++k) {
-      y = face[(k + 1) % 3];
-      z = face[(k + 2) % 3];
-      matched = table.find(y, face[k]);
-      if (matched.first != matched.second && table.front(matched.first) != none)
-        owner = getTriangleBySerial(table.front(matched.first));
-    }
+    std::uint32_t const* const fronts = growth.fronts(f);
+    // The first face edge x->y matching the front (one does, as the face's slot matches).
+    std::uint32_t k = 0;
+    while (fronts[k] == none)
+      ++k;
+    std::uint32_t const y = face[(k + 1) % 3];
+    std::uint32_t const z = face[(k + 2) % 3];
+    Triangle* const owner = getTriangleBySerial(fronts[k]);
     matching.erase(slot);
-    slotOf[f] = none;
+    growth.slot(f) = none;
 
     Edge edge;
     if (!owner->getEdgeFromVertexIndex(y, &edge) ||
         !addBoundaryTriangle(edge, static_cast<std::int32_t>(z)))
       throw Exception("Mesh construction failure");
-    Edge const glued = edge.sym();
-    addToFront(glued.rot());
-    addToFront(glued.rot().rot());
-    removeFromFront(matched);
+    // Its edges 0 and 1, y->z and z->x, run along face edges k+1 and k+2 when it is (x, y, z).
+    Triangle const* const added = getTriangleBySerial(triangleCount - 1);
+    bool const rotation = added->vertexIndices[0] == face[k];
+    for (std::uint32_t e = 0; e < 2; ++e)
+      addToFront(rotation ? growth.along(3 * f + (k + 1 + e) % 3)
+                          : growth.find(added->vertexIndices[(e + 1) % 3],
+                                        added->vertexIndices[(e + 2) % 3]),
+                 added);
+    removeFromFront(3 * f + k);
 
     --remaining;
     if (slot != remaining) {
       std::uint32_t const last = faceAt[remaining];
       faceAt[slot] = last;
-      slotOf[last] = static_cast<std::uint32_t>(slot);
+      growth.slot(last) = static_cast<std::uint32_t>(slot);
       if (matching.contains(remaining)) {
         matching.erase(remaining);
         matching.insert(slot);

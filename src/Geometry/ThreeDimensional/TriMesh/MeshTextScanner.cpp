@@ -36,6 +36,10 @@ float convert(char const* first, char const* last) {
 } // namespace
 
 bool MeshTextScanner::skipPast(char c) {
+  // Records follow one another: the next is usually a line break away.
+  for (int i = 0; i < 2 && cursor != end; ++i)
+    if (*cursor++ == c)
+      return true;
   auto const* found =
       static_cast<char const*>(std::memchr(cursor, c, static_cast<std::size_t>(end - cursor)));
   cursor = found == nullptr ? end : found + 1;
@@ -43,12 +47,13 @@ bool MeshTextScanner::skipPast(char c) {
 }
 
 bool MeshTextScanner::skipPast(char a, char b) {
-  while (skipPast(a)) {
-    if (cursor != end && *cursor == b) {
-      ++cursor;
+  // The pair is sought by its second character, which is the rarer in mesh files ('t' of "vt").
+  if (cursor == end)
+    return false;
+  ++cursor;
+  while (skipPast(b))
+    if (cursor[-2] == a)
       return true;
-    }
-  }
   return false;
 }
 

@@ -30,16 +30,6 @@ Edge Triangle::getEdge(std::int32_t k) {
   return Edge(this, mod3(k));
 }
 
-bool Triangle::getEdgeFromVertexIndex(std::uint32_t v, Edge* out) {
-  for (std::uint32_t c = 0; c < 3; ++c) {
-    if (vertexIndices[c] == v) {
-      *out = Edge(this, (c + 2) % 3);
-      return true;
-    }
-  }
-  return false;
-}
-
 bool Triangle::getDoesContainEdgeCompliment(std::uint32_t a, std::uint32_t b,
                                             std::int32_t* index) const {
   *index = -1;
@@ -50,20 +40,6 @@ bool Triangle::getDoesContainEdgeCompliment(std::uint32_t a, std::uint32_t b,
       break;
     }
   }
-  return true;
-}
-
-bool Triangle::connect(std::int32_t k, Triangle* other, std::uint32_t m) {
-  std::uint32_t const kk = mod3(k);
-  std::uint32_t const mm = m % 3;
-  // A slot is free for the pair when it is empty or already holds the other triangle.
-  if ((adjacentTriangles[kk] != nullptr && adjacentTriangles[kk] != other) ||
-      (other->adjacentTriangles[mm] != nullptr && other->adjacentTriangles[mm] != this))
-    return false;
-  adjacentTriangles[kk] = other;
-  adjacentEdgeIndices[kk] = mm;
-  other->adjacentTriangles[mm] = this;
-  other->adjacentEdgeIndices[mm] = kk;
   return true;
 }
 

@@ -19,7 +19,7 @@ class Triangle;
 /// (null, invalid index); the default edge is that one.
 class Edge {
 public:
-  Edge();
+  inline Edge();
   Edge(Triangle* triangle, std::uint32_t triangleEdgeIndex)
       : triangle(triangle), triangleEdgeIndex(triangleEdgeIndex) {}
   Edge(Edge const&) = default;

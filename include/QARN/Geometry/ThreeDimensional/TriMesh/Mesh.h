@@ -35,7 +35,7 @@ public:
   virtual ~Mesh();
 
   // Vertices (normals: MeshOrientation.cpp).
-  std::uint32_t getNumberOfVertices() const;
+  std::uint32_t getNumberOfVertices() const { return static_cast<std::uint32_t>(vertices.size()); }
   /// Vertex i modulo the vertex count; throws "Invalid vertex index" on an empty mesh.
   Vertex& getVertex(std::uint32_t i);
   Vertex const& getVertex(std::uint32_t i) const;
@@ -79,7 +79,7 @@ private:
   /// Removes floating vertices, renumbering the others in their order.
   void clean();
 
-  // Triangle storage (Mesh.cpp).
+  // Triangle storage (Mesh.cpp; creation: MeshConstruction.cpp).
   Triangle* getTriangleBySerial(std::size_t serial) const {
     return triangleBlocks[serial / trianglesPerBlock].get() + serial % trianglesPerBlock;
   }

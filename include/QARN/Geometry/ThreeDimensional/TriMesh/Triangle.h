@@ -35,7 +35,7 @@ public:
   Edge getEdge(std::int32_t k);
   /// Sets *out to the edge whose org() is the first corner holding v and returns true; false
   /// (leaving *out) when no corner holds v.
-  bool getEdgeFromVertexIndex(std::uint32_t v, Edge* out);
+  inline bool getEdgeFromVertexIndex(std::uint32_t v, Edge* out);
   /// Writes through index the edge index of b->a (the reverse of a->b) when the corner after the
   /// first corner holding b holds a, else -1. Always returns true.
   bool getDoesContainEdgeCompliment(std::uint32_t a, std::uint32_t b, std::int32_t* index) const;
@@ -67,7 +67,7 @@ private:
   /// Glues edge k of this to edge m of other. Refuses (false, nothing changed) when either slot
   /// already holds a triangle other than the one it is glued to; re-connecting the same pair of
   /// triangles is accepted, whatever edge indices the slots held.
-  bool connect(std::int32_t k, Triangle* other, std::uint32_t m);
+  inline bool connect(std::int32_t k, Triangle* other, std::uint32_t m);
   /// Slot k becomes a boundary slot; the neighbour is not touched.
   void makeBoundary(std::int32_t k);
   /// Box of the three flattened corner points.
@@ -81,6 +81,32 @@ private:
   /// Creation order inside the owning mesh; orders triangle lists reproducibly.
   std::size_t serial = 0;
 };
+
+inline Edge::Edge() : triangle(nullptr), triangleEdgeIndex(Triangle::invalidEdgeIndex) {}
+
+inline bool Triangle::getEdgeFromVertexIndex(std::uint32_t v, Edge* out) {
+  for (std::uint32_t c = 0; c < 3; ++c) {
+    if (vertexIndices[c] == v) {
+      *out = Edge(this, (c + 2) % 3);
+      return true;
+    }
+  }
+  return false;
+}
+
+inline bool Triangle::connect(std::int32_t k, Triangle* other, std::uint32_t m) {
+  std::uint32_t const kk = mod3(k);
+  std::uint32_t const mm = m % 3;
+  // A slot is free for the pair when it is empty or already holds the other triangle.
+  if ((adjacentTriangles[kk] != nullptr && adjacentTriangles[kk] != other) ||
+      (other->adjacentTriangles[mm] != nullptr && other->adjacentTriangles[mm] != this))
+    return false;
+  adjacentTriangles[kk] = other;
+  adjacentEdgeIndices[kk] = mm;
+  other->adjacentTriangles[mm] = this;
+  other->adjacentEdgeIndices[mm] = kk;
+  return true;
+}
 
 inline std::uint32_t Edge::org() const {
   return triangle->vertexIndices[(triangleEdgeIndex + 1) % 3];
