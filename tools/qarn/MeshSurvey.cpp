@@ -1,7 +1,6 @@
 #include "MeshSurvey.h"
 
 #include <algorithm>
-#include <cmath>
 
 namespace qarn {
 
@@ -22,11 +21,7 @@ MeshSurvey::MeshSurvey(G3::QuadMesh::RectMesh const& mesh) {
         ++validPointCount;
       if (!mesh.getIsQuadValid(p))
         continue;
-      G3::Point corners[4];
-      mesh.getQuadPoints(p, corners);
-      G3::Vector const diagonal = corners[2] - corners[0];
-      double const area = 0.5 * std::sqrt((corners[1] - corners[0]).cross(diagonal).lSqr()) +
-                          0.5 * std::sqrt(diagonal.cross(corners[3] - corners[0]).lSqr());
+      double const area = mesh.getQuadArea(p);
       minQuadArea = validQuadCount == 0 ? area : std::min(minQuadArea, area);
       maxQuadArea = validQuadCount == 0 ? area : std::max(maxQuadArea, area);
       sum += area;

@@ -148,6 +148,9 @@ public:
   std::pair<Vector, Vector> getQuadBasis(TwoDimensional::Point<int> const& p) const;
   /// The smallest box holding every valid point; a default box when there is none.
   BoundingBoxAA getBoundingBoxAA() const;
+  /// Area of quad p: half the length of each of its two triangle normals, added (the measure
+  /// of the quad-area statistics; p must be a valid quad for a meaningful value).
+  double getQuadArea(TwoDimensional::Point<int> const& p) const;
   /// Stored statistics, not recomputed.
   double getMeanQuadArea() const { return meanQuadArea; }
   double getMinQuadArea() const { return minQuadArea; }
@@ -157,8 +160,6 @@ private:
   /// Largest, mean and smallest area of the valid quads (each the sum of its two triangles
   /// about the diagonal p → p + (1, 1)); all 0 when no quad is valid.
   void getMaxMeanMinQuadSize(double* max, double* mean, double* min) const;
-  /// Area of quad p: half the length of each of its two triangle normals, added.
-  double getQuadArea(TwoDimensional::Point<int> const& p) const;
 
 public:
   // ---- Derived meshes, transforms and quad-area histogram ----
