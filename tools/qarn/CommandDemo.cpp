@@ -8,6 +8,7 @@
 #include <QARN/Geometry/ThreeDimensional/LinearMap.h>
 #include <QARN/Geometry/ThreeDimensional/QuadMesh/RectMesh.h>
 
+#include <chrono>
 #include <cstdio>
 #include <filesystem>
 #include <stdexcept>
@@ -71,7 +72,14 @@ void save(RectMesh& mesh, std::string const& fileName, ProgressBar* bar) {
 } // namespace
 
 void runDemo(DemoOptions const& options, ProgressBar* bar) {
+  OutputOptions outputs;
+  outputs.colourMap = &ColourMap::get(options.colourMap);
+  outputs.doWriteReport = true;
+  outputs.command = "qarn demo";
+  outputs.settings = options.scan;
+
   makeFolder(options.out);
+  auto const start = std::chrono::steady_clock::now();
   std::filesystem::path const folder(options.out);
   std::vector<std::string> const files = {(folder / "cylinder-arc.quads").string(),
                                           (folder / "paraboloid.quads").string()};
@@ -90,6 +98,7 @@ void runDemo(DemoOptions const& options, ProgressBar* bar) {
         G2::Vector<int>(static_cast<int>(cylinder.getExtents().getdU()) + gapInScanGrid, 0);
   }
   ScanPart part(files, {G2::Vector<int>(0, 0), dishOffset}, {false, false}, {false, false}, bar);
+  outputs.timings.emplace_back("building and loading", secondsSince(start));
   for (ScanPart::Member const& member : part.getMembers()) {
     std::string const obj =
         std::filesystem::path(member.fileName).replace_extension(".obj").string();
@@ -98,7 +107,8 @@ void runDemo(DemoOptions const& options, ProgressBar* bar) {
   }
 
   ScanResult const result = runRasterScan(part, options.scan, bar);
-  for (std::string const& name : writeScanOutputs(result, options.out))
+  outputs.timings.emplace_back("scanning", result.seconds);
+  for (std::string const& name : writeScanOutputs(part, result, outputs, options.out))
     written.push_back(name);
   if (bar != nullptr)
     bar->finish();

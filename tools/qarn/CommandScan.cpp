@@ -5,6 +5,7 @@
 #include "ScanPart.h"
 
 #include <cerrno>
+#include <chrono>
 #include <cstdio>
 #include <cstdlib>
 #include <filesystem>
@@ -54,6 +55,10 @@ std::vector<bool> flagsOfFiles(std::vector<int> const& numbers, std::size_t file
 
 } // namespace
 
+double secondsSince(std::chrono::steady_clock::time_point start) {
+  return std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
+}
+
 void makeFolder(std::string const& folder) {
   std::error_code error;
   std::filesystem::create_directories(folder, error);
@@ -72,10 +77,19 @@ void runScan(ScanOptions const& options, ProgressBar* bar) {
   std::vector<bool> const flipU = flagsOfFiles(options.flipU, n, "--flip-u");
   std::vector<bool> const flipV = flagsOfFiles(options.flipV, n, "--flip-v");
 
+  OutputOptions outputs;
+  outputs.colourMap = &ColourMap::get(options.colourMap);
+  outputs.doWriteReport = options.doWriteReport;
+  outputs.command = options.doWriteReport ? "qarn report" : "qarn scan";
+  outputs.settings = options.scan;
+
   makeFolder(options.out);
+  auto const start = std::chrono::steady_clock::now();
   ScanPart part(options.files, offsets, flipU, flipV, bar);
+  outputs.timings.emplace_back("loading", secondsSince(start));
   ScanResult const result = runRasterScan(part, options.scan, bar);
-  std::vector<std::string> const written = writeScanOutputs(result, options.out);
+  outputs.timings.emplace_back("scanning", result.seconds);
+  std::vector<std::string> const written = writeScanOutputs(part, result, outputs, options.out);
   if (bar != nullptr)
     bar->finish();
 

@@ -4,6 +4,7 @@
 #include "ProgressBar.h"
 #include "RasterScan.h"
 
+#include <chrono>
 #include <string>
 #include <vector>
 
@@ -12,6 +13,8 @@ namespace qarn {
 struct DemoOptions {
   std::string out = "qarn-demo";
   ScanSettings scan;
+  /// A name of ColourMap::getNames().
+  std::string colourMap = "viridis";
 };
 
 struct InfoOptions {
@@ -27,6 +30,10 @@ struct ScanOptions {
   std::vector<int> flipV;
   std::string out;
   ScanSettings scan;
+  /// A name of ColourMap::getNames().
+  std::string colourMap = "viridis";
+  /// Also write report.html (the report command).
+  bool doWriteReport = false;
 };
 
 struct ExportOptions {
@@ -39,11 +46,15 @@ struct ExportOptions {
 // may be null.
 void runDemo(DemoOptions const& options, ProgressBar* bar);
 void runInfo(InfoOptions const& options);
+/// Also runs the report command: a scan with options.doWriteReport set.
 void runScan(ScanOptions const& options, ProgressBar* bar);
 void runExport(ExportOptions const& options, ProgressBar* bar);
 
 /// Creates the folder and its parents when missing; throws std::runtime_error naming it.
 void makeFolder(std::string const& folder);
+
+/// Wall-clock seconds from start to now.
+double secondsSince(std::chrono::steady_clock::time_point start);
 
 } // namespace qarn
 

@@ -77,6 +77,14 @@ G3::Vector getNormalBeam(ScanPart const& part, QuadIndicesIntersectionStatus con
   return n.getdZ() > 0.0 ? n / -length : n / length;
 }
 
+/// Flags the count positions out of size that sit at the centres of count equal stretches.
+std::vector<bool> spreadEvenly(std::uint32_t size, std::uint32_t count) {
+  std::vector<bool> flags(size, false);
+  for (std::uint32_t k = 0; k < count; ++k)
+    flags[(std::uint64_t{2} * k + 1) * size / (std::uint64_t{2} * count)] = true;
+  return flags;
+}
+
 } // namespace
 
 G3::Point ProbeRaster::getPosition(std::uint32_t i, std::uint32_t j) const {
@@ -121,6 +129,13 @@ ScanResult runRasterScan(ScanPart& part, ScanSettings const& settings,
   auto const cells = static_cast<std::size_t>(width * height);
   result.cellDistance.assign(cells, std::numeric_limits<float>::quiet_NaN());
   result.cellAngle.assign(cells, std::numeric_limits<float>::quiet_NaN());
+  result.cellMesh.assign(cells, ScanResult::noMesh);
+  std::vector<bool> const sampleColumns =
+      spreadEvenly(raster.countX, std::min(raster.countX, ScanResult::sampleBeamsPerSide));
+  std::vector<bool> const sampleRows =
+      spreadEvenly(raster.countY, std::min(raster.countY, ScanResult::sampleBeamsPerSide));
+  RectMesh const* lastMesh = nullptr;
+  std::uint32_t lastMeshIndex = 0;
   result.hits.reserve(raster.getSize());
 
   QuadIndicesIntersectionStatus::setIntersectionQualityMode(settings.mode);
@@ -138,10 +153,17 @@ ScanResult runRasterScan(ScanPart& part, ScanSettings const& settings,
       G3::Point const position = raster.getPosition(i, j);
       QuadIndicesIntersectionStatus status = group.getIntersectionStatus(position, down, false);
       ++result.queries;
+      G3::Vector beam = down;
       if (settings.beam == Beam::Normal && status.getIsValid()) {
-        status = group.getIntersectionStatus(position, getNormalBeam(part, status, down), false);
+        beam = getNormalBeam(part, status, down);
+        status = group.getIntersectionStatus(position, beam, false);
         ++result.queries;
       }
+      if (sampleColumns[i] && sampleRows[j])
+        result.sampleBeams.push_back({position, beam,
+                                      status.getIsValid()
+                                          ? status.getIntersectionData().getDistanceToObject()
+                                          : std::numeric_limits<double>::quiet_NaN()});
       if (!status.getIsValid()) {
         ++result.misses;
         continue;
@@ -161,8 +183,13 @@ ScanResult runRasterScan(ScanPart& part, ScanSettings const& settings,
         continue;
       auto const cell = static_cast<std::size_t>(cv * width + cu);
       if (!(result.cellDistance[cell] <= hit.distance)) {
+        if (hit.mesh != lastMesh) {
+          lastMesh = hit.mesh;
+          lastMeshIndex = static_cast<std::uint32_t>(part.getMemberIndex(*hit.mesh));
+        }
         result.cellDistance[cell] = static_cast<float>(hit.distance);
         result.cellAngle[cell] = static_cast<float>(hit.angle);
+        result.cellMesh[cell] = lastMeshIndex;
       }
     }
     auto const percent = static_cast<std::uint32_t>(std::uint64_t{j} * 100 / raster.countY + 1);

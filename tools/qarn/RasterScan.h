@@ -5,6 +5,7 @@
 
 #include <QARN/Geometry/ThreeDimensional/Point.h>
 #include <QARN/Geometry/ThreeDimensional/QuadMesh/QuadIndicesIntersectionStatus.h>
+#include <QARN/Geometry/ThreeDimensional/Vector.h>
 #include <QARN/Geometry/TwoDimensional/BoundingBoxAA.h>
 #include <QARN/Geometry/TwoDimensional/Point.h>
 #include <QARN/Progress/ProgressListener.h>
@@ -53,7 +54,19 @@ struct ScanHit {
   double angle = 0.0;
 };
 
+/// One probe position's beam, kept for drawing.
+struct SampleBeam {
+  QARN::Geometry::ThreeDimensional::Point origin;
+  /// Unit direction.
+  QARN::Geometry::ThreeDimensional::Vector direction;
+  /// Along the beam to the hit; NaN for a miss.
+  double distance = 0.0;
+};
+
 struct ScanResult {
+  /// The value of cellMesh where no probe hit the quad.
+  static constexpr std::uint32_t noMesh = 0xFFFFFFFFu;
+
   ProbeRaster raster;
   /// The group's (u, v) box: one cell per quad.
   QARN::Geometry::TwoDimensional::BoundingBoxAA<int> grid;
@@ -61,7 +74,13 @@ struct ScanResult {
   /// on that quad, NaN where no probe hit it.
   std::vector<float> cellDistance;
   std::vector<float> cellAngle;
+  /// The index in the part's members of the mesh of that hit, noMesh where nothing was hit.
+  std::vector<std::uint32_t> cellMesh;
   std::vector<ScanHit> hits;
+  /// The beams of up to sampleBeamsPerSide × sampleBeamsPerSide probe positions spread evenly
+  /// over the raster, in scan order.
+  std::vector<SampleBeam> sampleBeams;
+  static constexpr std::uint32_t sampleBeamsPerSide = 5;
   std::uint64_t misses = 0;
   std::uint64_t queries = 0;
   /// Time spent in the probe loop.

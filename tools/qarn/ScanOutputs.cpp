@@ -1,9 +1,10 @@
 #include "ScanOutputs.h"
 
-#include "ColourRamp.h"
-#include "PngWriter.h"
+#include "CScanPictures.h"
+#include "HtmlReport.h"
 
 #include <cerrno>
+#include <chrono>
 #include <cmath>
 #include <cstring>
 #include <filesystem>
@@ -15,24 +16,13 @@ namespace G3 = QARN::Geometry::ThreeDimensional;
 
 namespace {
 
-/// One image of a per-cell quantity, mapped linearly from [low, high] onto the ramp.
-RgbImage makeImage(ScanResult const& result, std::vector<float> const& cells, double low,
-                   double high) {
-  auto const width = static_cast<std::uint32_t>(result.grid.getd().getdU());
-  auto const height = static_cast<std::uint32_t>(result.grid.getd().getdV());
-  RgbImage image(width, height);
-  double const range = high - low;
-  for (std::uint32_t v = 0; v < height; ++v) {
-    for (std::uint32_t u = 0; u < width; ++u) {
-      double const value = cells[std::size_t{v} * width + u];
-      if (std::isnan(value))
-        continue;
-      std::uint8_t rgb[3];
-      rampColour(range != 0.0 ? (value - low) / range : 0.5, rgb);
-      image.set(u, height - 1 - v, rgb);
-    }
-  }
-  return image;
+void writeBytes(std::string const& fileName, std::string const& bytes) {
+  std::FILE* file = std::fopen(fileName.c_str(), "wb");
+  if (file == nullptr)
+    throw std::runtime_error("cannot write " + fileName + ": " + std::strerror(errno));
+  bool const failed = std::fwrite(bytes.data(), 1, bytes.size(), file) != bytes.size();
+  if (std::fclose(file) != 0 || failed)
+    throw std::runtime_error("cannot write " + fileName + ": " + std::strerror(errno));
 }
 
 /// The name as one CSV field: quoted, with doubled quotes, when it holds a comma or a quote.
@@ -72,27 +62,30 @@ void writeHitsCsv(ScanResult const& result, std::string const& fileName) {
 
 } // namespace
 
-std::vector<std::string> writeScanOutputs(ScanResult const& result, std::string const& folder) {
+std::vector<std::string> writeScanOutputs(ScanPart const& part, ScanResult const& result,
+                                          OutputOptions const& options, std::string const& folder) {
   std::filesystem::path const dir(folder);
-  std::string const cscan = (dir / "cscan.png").string();
-  std::string const angle = (dir / "angle.png").string();
-  std::string const hits = (dir / "hits.csv").string();
-
-  double nearest = 0.0;
-  double farthest = 0.0;
-  bool any = false;
-  for (float d : result.cellDistance) {
-    if (std::isnan(d))
-      continue;
-    nearest = any ? std::min<double>(nearest, d) : d;
-    farthest = any ? std::max<double>(farthest, d) : d;
-    any = true;
+  std::vector<std::string> written = {(dir / "cscan.png").string(), (dir / "angle.png").string(),
+                                      (dir / "mesh.png").string(), (dir / "hits.csv").string()};
+  auto const start = std::chrono::steady_clock::now();
+  std::vector<std::string> names;
+  for (ScanPart::Member const& member : part.getMembers())
+    names.push_back(member.mesh->getShortFileName());
+  CScanPictures const pictures =
+      drawCScanPictures(result, names, getCellPitch(part), *options.colourMap);
+  writeBytes(written[0], pictures.distance);
+  writeBytes(written[1], pictures.angle);
+  writeBytes(written[2], pictures.mesh);
+  writeHitsCsv(result, written[3]);
+  if (options.doWriteReport) {
+    ReportContext context{options.command, options.settings, options.timings};
+    context.timings.emplace_back(
+        "pictures",
+        std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count());
+    written.push_back((dir / "report.html").string());
+    writeBytes(written.back(), makeHtmlReport(part, result, pictures, *options.colourMap, context));
   }
-  // Reversed range: the nearest surface is the brightest.
-  writePng(cscan, makeImage(result, result.cellDistance, farthest, nearest));
-  writePng(angle, makeImage(result, result.cellAngle, 0.0, 90.0));
-  writeHitsCsv(result, hits);
-  return {cscan, angle, hits};
+  return written;
 }
 
 void printScanSummary(std::FILE* out, ScanPart const& part, ScanResult const& result,

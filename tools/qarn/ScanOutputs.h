@@ -1,20 +1,34 @@
 #ifndef QARN_TOOLS_QARN_SCANOUTPUTS_H
 #define QARN_TOOLS_QARN_SCANOUTPUTS_H
 
+#include "ColourMaps.h"
 #include "RasterScan.h"
 #include "ScanPart.h"
 
 #include <cstdio>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace qarn {
 
-/// Writes into folder (which must exist): cscan.png and angle.png, one pixel per scan-grid
-/// cell with v growing upwards, coloured by the nearest hit's distance (yellow nearest, violet
-/// farthest) and by its angle (violet head-on, yellow at 90 degrees or more), black where
-/// nothing was hit; and hits.csv, one row per hit. Returns the paths written.
-std::vector<std::string> writeScanOutputs(ScanResult const& result, std::string const& folder);
+/// How the outputs of a scan are written.
+struct OutputOptions {
+  /// The colour map of the pictures and of the report's 3-D view.
+  ColourMap const* colourMap = nullptr;
+  /// Whether report.html is written too, and what it says about the run.
+  bool doWriteReport = false;
+  std::string command;
+  ScanSettings settings;
+  /// Named durations before the outputs (loading, scanning), in seconds.
+  std::vector<std::pair<std::string, double>> timings;
+};
+
+/// Writes into folder (which must exist) the C-scan pictures cscan.png (distance), angle.png
+/// and mesh.png (see drawCScanPictures), hits.csv (one row per hit) and, when asked,
+/// report.html (see makeHtmlReport). Returns the paths written.
+std::vector<std::string> writeScanOutputs(ScanPart const& part, ScanResult const& result,
+                                          OutputOptions const& options, std::string const& folder);
 
 /// The scan's summary: meshes, grid and raster sizes, hits, misses and query rate.
 void printScanSummary(std::FILE* out, ScanPart const& part, ScanResult const& result,

@@ -60,9 +60,13 @@ ScanPart::ScanPart(std::vector<std::string> const& fileNames,
 }
 
 ScanPart::Member const& ScanPart::getMember(RectMesh const& mesh) const {
-  for (Member const& member : members)
-    if (member.mesh.get() == &mesh)
-      return member;
+  return members[getMemberIndex(mesh)];
+}
+
+std::size_t ScanPart::getMemberIndex(RectMesh const& mesh) const {
+  for (std::size_t i = 0; i < members.size(); ++i)
+    if (members[i].mesh.get() == &mesh)
+      return i;
   throw std::logic_error("ScanPart: the mesh belongs to another part");
 }
 

@@ -42,6 +42,8 @@ public:
   std::vector<Member> const& getMembers() const { return members; }
   /// The member that owns mesh (std::logic_error for a mesh of another part).
   Member const& getMember(RectMesh const& mesh) const;
+  /// The position of that member in getMembers().
+  std::size_t getMemberIndex(RectMesh const& mesh) const;
   /// The group's (u, v) box: one cell per quad.
   QARN::Geometry::TwoDimensional::BoundingBoxAA<int> getScanGrid();
   /// The box of every valid point; throws when the part has none.

@@ -1,5 +1,7 @@
 // qarn: runs the library's main job from the command line: probe raster scans over quad
-// meshes, with C-scan images and a table of hits, plus mesh file information and OBJ export.
+// meshes, with C-scan pictures, a table of hits and an HTML report in 3-D, plus mesh file
+// information and OBJ export.
+#include "ColourMaps.h"
 #include "Commands.h"
 #include "Errors.h"
 #include "ProgressBar.h"
@@ -17,11 +19,12 @@ namespace {
 using Mode = QARN::Geometry::ThreeDimensional::QuadMesh::QuadIndicesIntersectionStatus::
     IntersectionQualityMode;
 
-/// The probe options shared by demo and scan, as typed.
+/// The probe and picture options shared by demo, scan and report, as typed.
 struct ScanArguments {
   double step = 0.0;
   std::string beam = "vertical";
   int mode = 0;
+  std::string colourMap = "viridis";
 
   void addTo(CLI::App& command) {
     CLI::Validator const positive(
@@ -41,6 +44,12 @@ struct ScanArguments {
         .add_option("--mode", mode, "hit ranking: 0 facing then nearest, 1 nearest, 2 best angle")
         ->check(CLI::IsMember({0, 1, 2}))
         ->capture_default_str();
+    command
+        .add_option("--colour-map", colourMap,
+                    "colours of the pictures and the report: viridis (perceptually uniform), "
+                    "grey, jet (rainbow) or blue-red (two-sided, centred on zero)")
+        ->check(CLI::IsMember(qarn::ColourMap::getNames()))
+        ->capture_default_str();
   }
 
   qarn::ScanSettings getSettings() const {
@@ -51,6 +60,23 @@ struct ScanArguments {
     return settings;
   }
 };
+
+/// The inputs of scan and report: the files and their placement in the scan grid.
+void addScanInputs(CLI::App& command, qarn::ScanOptions& scan) {
+  command.add_option("files", scan.files, ".quads files, one mesh each")->required();
+  command
+      .add_option("--offset", scan.offsets,
+                  "U,V: scan-grid offset of a file's mesh, once per file in file order "
+                  "(default: side by side along u)")
+      ->allow_extra_args(false);
+  command.add_option("--flip-u", scan.flipU, "flip the u axis of file number N (1-based)")
+      ->allow_extra_args(false)
+      ->delimiter(',');
+  command.add_option("--flip-v", scan.flipV, "flip the v axis of file number N (1-based)")
+      ->allow_extra_args(false)
+      ->delimiter(',');
+  command.add_option("-o,--out", scan.out, "output folder")->required();
+}
 
 int fail(std::string const& message, int status) {
   std::fprintf(stderr, "qarn: %s\n", message.c_str());
@@ -68,7 +94,8 @@ int main(int argc, char** argv) {
 
   qarn::DemoOptions demo;
   CLI::App* demoCommand = app.add_subcommand(
-      "demo", "build an analytic test piece, scan it and write the meshes, images and hits");
+      "demo", "build an analytic test piece, scan it and write the meshes, pictures, hits and "
+              "report");
   demoCommand->add_option("-o,--out", demo.out, "output folder")->capture_default_str();
   ScanArguments demoProbe;
   demoProbe.addTo(*demoCommand);
@@ -79,22 +106,19 @@ int main(int argc, char** argv) {
 
   qarn::ScanOptions scan;
   CLI::App* scanCommand =
-      app.add_subcommand("scan", "scan the part made of .quads files, write images and hits");
-  scanCommand->add_option("files", scan.files, ".quads files, one mesh each")->required();
-  scanCommand
-      ->add_option("--offset", scan.offsets,
-                   "U,V: scan-grid offset of a file's mesh, once per file in file order "
-                   "(default: side by side along u)")
-      ->allow_extra_args(false);
-  scanCommand->add_option("--flip-u", scan.flipU, "flip the u axis of file number N (1-based)")
-      ->allow_extra_args(false)
-      ->delimiter(',');
-  scanCommand->add_option("--flip-v", scan.flipV, "flip the v axis of file number N (1-based)")
-      ->allow_extra_args(false)
-      ->delimiter(',');
-  scanCommand->add_option("-o,--out", scan.out, "output folder")->required();
+      app.add_subcommand("scan", "scan the part made of .quads files, write pictures and hits");
+  addScanInputs(*scanCommand, scan);
   ScanArguments scanProbe;
   scanProbe.addTo(*scanCommand);
+
+  qarn::ScanOptions report;
+  report.doWriteReport = true;
+  CLI::App* reportCommand = app.add_subcommand(
+      "report", "scan like scan and also write report.html: the scan on the part in 3-D, the "
+                "pictures and a summary, in one file that opens offline");
+  addScanInputs(*reportCommand, report);
+  ScanArguments reportProbe;
+  reportProbe.addTo(*reportCommand);
 
   qarn::ExportOptions exportOptions;
   CLI::App* exportCommand = app.add_subcommand("export", "write a .quads file as OBJ");
@@ -113,12 +137,18 @@ int main(int argc, char** argv) {
     auto bar = qarn::ProgressBar::createForStderr(quiet);
     if (*demoCommand) {
       demo.scan = demoProbe.getSettings();
+      demo.colourMap = demoProbe.colourMap;
       qarn::runDemo(demo, bar.get());
     } else if (*infoCommand) {
       qarn::runInfo(info);
     } else if (*scanCommand) {
       scan.scan = scanProbe.getSettings();
+      scan.colourMap = scanProbe.colourMap;
       qarn::runScan(scan, bar.get());
+    } else if (*reportCommand) {
+      report.scan = reportProbe.getSettings();
+      report.colourMap = reportProbe.colourMap;
+      qarn::runScan(report, bar.get());
     } else {
       qarn::runExport(exportOptions, bar.get());
     }

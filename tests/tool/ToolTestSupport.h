@@ -1,0 +1,109 @@
+#ifndef QARN_TESTS_TOOL_TOOLTESTSUPPORT_H
+#define QARN_TESTS_TOOL_TOOLTESTSUPPORT_H
+
+#include <common/Support.h>
+
+#include <gtest/gtest.h>
+#include <png.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <cstdint>
+#include <cstdlib>
+#include <cstring>
+#include <filesystem>
+#include <sstream>
+#include <string>
+#include <vector>
+
+namespace QARN::Test::Tool {
+
+namespace fs = std::filesystem;
+
+/// The scratch folder of this test process: CTest runs the cases in parallel processes.
+inline fs::path const& workFolder() {
+  static fs::path const folder = [] {
+    char const* dir = std::getenv("QARN_TEST_TMPDIR");
+    fs::path const path =
+        fs::path(dir != nullptr ? dir : testing::TempDir()) / ("tool-" + std::to_string(getpid()));
+    fs::remove_all(path);
+    fs::create_directories(path);
+    return path;
+  }();
+  return folder;
+}
+
+inline std::vector<std::string> lines(std::string const& text) {
+  std::vector<std::string> result;
+  std::istringstream in(text);
+  for (std::string line; std::getline(in, line);)
+    result.push_back(line);
+  return result;
+}
+
+struct Outcome {
+  int status = -1;
+  std::string out, err;
+};
+
+/// Runs command (a shell command line) with its output and errors captured.
+inline Outcome run(std::string const& command) {
+  fs::path const out = workFolder() / "stdout.txt";
+  fs::path const err = workFolder() / "stderr.txt";
+  int const raw = std::system((command + " >" + out.string() + " 2>" + err.string()).c_str());
+  return {WIFEXITED(raw) ? WEXITSTATUS(raw) : -1, readFile(out), readFile(err)};
+}
+
+inline Outcome runQarn(std::string const& arguments) {
+  return run(std::string(QARN_TOOL_PATH) + " " + arguments);
+}
+
+/// A decoded 8-bit RGB picture.
+struct Image {
+  std::uint32_t width = 0, height = 0;
+  std::vector<std::uint8_t> rgb;
+
+  /// The pixel as 0xRRGGBB.
+  std::uint32_t at(std::int64_t column, std::int64_t row) const {
+    std::uint8_t const* p = &rgb.at(3 * (static_cast<std::size_t>(row) * width + column));
+    return (std::uint32_t{p[0]} << 16) | (std::uint32_t{p[1]} << 8) | p[2];
+  }
+};
+
+inline Image decodePng(std::string const& bytes) {
+  png_image png;
+  std::memset(&png, 0, sizeof png);
+  png.version = PNG_IMAGE_VERSION;
+  Image image;
+  if (png_image_begin_read_from_memory(&png, bytes.data(), bytes.size()) == 0) {
+    ADD_FAILURE() << "not a PNG: " << png.message;
+    return image;
+  }
+  png.format = PNG_FORMAT_RGB;
+  image.width = png.width;
+  image.height = png.height;
+  image.rgb.resize(PNG_IMAGE_SIZE(png));
+  EXPECT_NE(png_image_finish_read(&png, nullptr, image.rgb.data(), 0, nullptr), 0);
+  return image;
+}
+
+inline Image decodePngFile(fs::path const& path) {
+  return decodePng(readFile(path));
+}
+
+/// The demo, run once per test process.
+struct Demo {
+  fs::path folder = workFolder() / "demo";
+  Outcome run = runQarn("demo --quiet --out " + folder.string());
+  fs::path cylinder = folder / "cylinder-arc.quads";
+  fs::path dish = folder / "paraboloid.quads";
+};
+
+inline Demo const& demo() {
+  static Demo const instance;
+  return instance;
+}
+
+} // namespace QARN::Test::Tool
+
+#endif
