@@ -2,8 +2,8 @@
 # Installs with apt-get whatever the build, the tests and the tools need and the machine lacks.
 set -euo pipefail
 packages=(g++ cmake make libgtest-dev libgmock-dev libbenchmark-dev libcli11-dev libpng-dev clang
-  libassimp-dev libcairo2-dev fonts-dejavu-core libjs-three chromium pybind11-dev python3-dev
-  python3-numpy python3-pytest
+  libassimp-dev pkg-config libcairo2-dev fonts-dejavu-core libjs-three chromium pybind11-dev
+  python3-dev python3-numpy python3-pytest
   libclang-rt-14-dev clang-format ccache)
 missing=()
 for p in "${packages[@]}"; do

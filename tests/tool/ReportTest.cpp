@@ -6,9 +6,20 @@
 
 #include "ToolTestSupport.h"
 
+#include <QARN/Geometry/ThreeDimensional/AffineMap.h>
+#include <QARN/Geometry/ThreeDimensional/LinearMap.h>
+#include <QARN/Geometry/ThreeDimensional/QuadMesh/RectMesh.h>
+
+#include <Plot.h>
+
 #include <algorithm>
+#include <cmath>
+#include <cstring>
+#include <map>
 #include <set>
 #include <string>
+#include <utility>
+#include <vector>
 
 namespace {
 
@@ -35,6 +46,88 @@ Outcome openInChromium(std::string const& url, fs::path const& screenshot) {
              " --enable-logging=stderr --v=0 --user-data-dir=" +
              profile.string() + " --window-size=1280,900 --screenshot=" + screenshot.string() +
              " '" + url + "'");
+}
+
+/// The text between `"key":"` and the next quote, after the first occurrence of from.
+std::string jsonText(std::string const& html, std::string const& from, std::string const& key) {
+  std::size_t const start = html.find(from);
+  std::size_t const at = html.find("\"" + key + "\":", start);
+  if (start == std::string::npos || at == std::string::npos) {
+    ADD_FAILURE() << "no " << key << " after " << from;
+    return "";
+  }
+  std::size_t const begin = at + key.size() + 3;
+  std::size_t const end = html.find_first_of("\",}", begin + 1);
+  return html.substr(html[begin] == '"' ? begin + 1 : begin,
+                     end - begin - (html[begin] == '"' ? 1 : 0));
+}
+
+/// Little-endian 32-bit words from base64.
+std::vector<std::uint32_t> wordsOfBase64(std::string const& text) {
+  std::string bytes;
+  std::uint32_t bits = 0;
+  int count = 0;
+  for (char c : text) {
+    char const* const alphabet = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
+    char const* at = c == '=' ? nullptr : std::strchr(alphabet, c);
+    if (at == nullptr)
+      break;
+    bits = (bits << 6) | static_cast<std::uint32_t>(at - alphabet);
+    count += 6;
+    if (count >= 8) {
+      count -= 8;
+      bytes.push_back(static_cast<char>((bits >> count) & 0xFF));
+    }
+  }
+  std::vector<std::uint32_t> words(bytes.size() / 4);
+  for (std::size_t i = 0; i < words.size(); ++i)
+    for (int k = 3; k >= 0; --k)
+      words[i] = (words[i] << 8) | static_cast<unsigned char>(bytes[4 * i + k]);
+  return words;
+}
+
+TEST(Report, TheViewDrapesEachQuadsNearestHitOnItsOwnMeshAlsoWhenFlipped) {
+  // A plate of 40 × 20 quads of 1 mm rising along u (z = x / 4), so that a wrong flip shows.
+  namespace G3 = QARN::Geometry::ThreeDimensional;
+  G3::QuadMesh::RectMesh plate;
+  ASSERT_TRUE(plate.setAsPlane(QARN::Geometry::TwoDimensional::Vector<double>(40.0, 20.0), 1.0,
+                               false, 256));
+  G3::LinearMap const rise(G3::Vector(1.0, 0.0, 0.25), G3::Vector(0.0, 1.0, 0.0),
+                           G3::Vector(0.0, 0.0, 1.0));
+  plate.transform(G3::Point(0.0, 0.0, 0.0), G3::AffineMap(rise, G3::Vector(0.0, 0.0, 0.0)));
+  fs::path const file = workFolder() / "ramp.quads";
+  plate.save(file.c_str());
+  fs::path const folder = workFolder() / "ramp";
+  Outcome const made =
+      runQarn("report -q " + file.string() + " --step 0.37 --flip-u 1 -o " + folder.string());
+  ASSERT_EQ(made.status, 0) << made.err;
+  std::string const html = readFile(folder / "report.html");
+  std::map<std::pair<int, int>, CsvHit> const nearest = nearestHits(readHits(folder / "hits.csv"));
+  ASSERT_GT(nearest.size(), 400u);
+
+  std::string const ramp = "\"name\":\"ramp\"";
+  std::uint32_t const nu = std::stoul(jsonText(html, ramp, "nu"));
+  ASSERT_EQ(nu, 41u) << "every grid line drawn";
+  std::vector<std::uint32_t> const quads = wordsOfBase64(jsonText(html, ramp, "quads"));
+  std::vector<std::uint32_t> const distances = wordsOfBase64(jsonText(html, ramp, "distance"));
+  ASSERT_EQ(quads.size(), 800u);
+  ASSERT_EQ(distances.size(), quads.size());
+  std::size_t draped = 0;
+  for (std::size_t i = 0; i < quads.size(); ++i) {
+    // The mesh's own quad (u, v) sits at (39 − u, v) in the scan grid.
+    int const u = static_cast<int>(quads[i] % nu);
+    int const v = static_cast<int>(quads[i] / nu);
+    float distance = 0.0f;
+    std::memcpy(&distance, &distances[i], sizeof distance);
+    auto const cell = nearest.find({39 - u, v});
+    if (cell == nearest.end()) {
+      EXPECT_TRUE(std::isnan(distance)) << u << ", " << v;
+      continue;
+    }
+    ++draped;
+    EXPECT_NEAR(distance, cell->second.distance, 1e-5 * cell->second.distance) << u << ", " << v;
+  }
+  EXPECT_EQ(draped, nearest.size());
 }
 
 TEST(Report, NeedsNothingBesideItself) {
@@ -109,6 +202,26 @@ TEST(Report, OpensInChromiumWithoutConsoleMessagesAndDrawsThePart) {
   }
   EXPECT_GT(drawn, (right - left) * (bottom - top) / 20) << "the canvas is nearly blank";
   EXPECT_GT(colours.size(), 200u) << "the shaded, coloured surfaces are missing";
+}
+
+TEST(Report, LargeMeshesAreDrawnOnFewerGridLinesAndTheReportSaysSo) {
+  // 400 × 400 quads of 0.25 mm: 160 801 points, over the 150 000 the view draws.
+  QARN::Geometry::ThreeDimensional::QuadMesh::RectMesh plate;
+  ASSERT_TRUE(plate.setAsPlane(QARN::Geometry::TwoDimensional::Vector<double>(100.0, 100.0), 0.25,
+                               false, 256));
+  fs::path const file = workFolder() / "plate.quads";
+  plate.save(file.c_str());
+  fs::path const folder = workFolder() / "plate";
+  Outcome const made = runQarn("report -q " + file.string() + " --step 2.1 -o " + folder.string());
+  ASSERT_EQ(made.status, 0) << made.err;
+  std::string const html = readFile(folder / "report.html");
+  EXPECT_NE(html.find("one grid line in 2 drawn"), std::string::npos);
+  // 201 × 201 points and 200 × 200 quads drawn, each quad a corner index and two values.
+  EXPECT_NE(html.find("40000 quads, each coloured by the nearest hit"), std::string::npos);
+  EXPECT_NE(html.find("\"nu\":201,\"nv\":201"), std::string::npos);
+  EXPECT_LT(html.size(), std::size_t{6} << 20);
+  Image const cscan = decodePngFile(folder / "cscan.png");
+  EXPECT_EQ(cscan.width, static_cast<std::uint32_t>(qarn::FigureLayout(800, 800, true, {}).width));
 }
 
 } // namespace

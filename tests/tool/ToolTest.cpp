@@ -50,30 +50,6 @@ std::vector<Offset> summaryOffsets(std::string const& out) {
   return offsets;
 }
 
-struct CsvHit {
-  std::string mesh;
-  int u = 0, v = 0;
-  double distance = 0.0;
-};
-
-/// The rows of hits.csv after checking its header line.
-std::vector<CsvHit> readHits(fs::path const& path) {
-  std::vector<std::string> const rows = lines(readFile(path));
-  EXPECT_FALSE(rows.empty());
-  EXPECT_EQ(rows.at(0), "x,y,z,mesh,u,v,distance,angle");
-  std::vector<CsvHit> hits;
-  for (std::size_t i = 1; i < rows.size(); ++i) {
-    std::vector<std::string> fields;
-    std::istringstream in(rows[i]);
-    for (std::string field; std::getline(in, field, ',');)
-      fields.push_back(field);
-    EXPECT_EQ(fields.size(), 8u) << rows[i];
-    if (fields.size() == 8)
-      hits.push_back({fields[3], std::stoi(fields[4]), std::stoi(fields[5]), std::stod(fields[6])});
-  }
-  return hits;
-}
-
 TEST(Tool, DemoPicturesShowEachQuadsNearestHitAtItsPlaceInTheScanGrid) {
   Demo const& d = demo();
   ASSERT_EQ(d.run.status, 0) << d.run.err;
@@ -110,14 +86,9 @@ TEST(Tool, DemoPicturesShowEachQuadsNearestHitAtItsPlaceInTheScanGrid) {
   }
   EXPECT_EQ(std::make_pair(cscan.width, cscan.height), std::make_pair(angle.width, angle.height));
 
-  // The nearest hit of every quad hit, from the table.
-  std::map<std::pair<int, int>, CsvHit> nearest;
-  for (CsvHit const& hit : hits) {
+  for (CsvHit const& hit : hits)
     EXPECT_TRUE(hit.mesh == "cylinder-arc" || hit.mesh == "paraboloid") << hit.mesh;
-    auto const found = nearest.emplace(std::make_pair(hit.u, hit.v), hit);
-    if (hit.distance < found.first->second.distance)
-      found.first->second = hit;
-  }
+  std::map<std::pair<int, int>, CsvHit> const nearest = nearestHits(hits);
   double low = nearest.begin()->second.distance;
   double high = low;
   for (auto const& cell : nearest) {

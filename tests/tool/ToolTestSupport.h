@@ -12,8 +12,10 @@
 #include <cstdlib>
 #include <cstring>
 #include <filesystem>
+#include <map>
 #include <sstream>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace QARN::Test::Tool {
@@ -89,6 +91,41 @@ inline Image decodePng(std::string const& bytes) {
 
 inline Image decodePngFile(fs::path const& path) {
   return decodePng(readFile(path));
+}
+
+struct CsvHit {
+  std::string mesh;
+  int u = 0, v = 0;
+  double distance = 0.0;
+};
+
+/// The rows of hits.csv after checking its header line.
+inline std::vector<CsvHit> readHits(fs::path const& path) {
+  std::vector<std::string> const rows = lines(readFile(path));
+  EXPECT_FALSE(rows.empty());
+  EXPECT_EQ(rows.at(0), "x,y,z,mesh,u,v,distance,angle");
+  std::vector<CsvHit> hits;
+  for (std::size_t i = 1; i < rows.size(); ++i) {
+    std::vector<std::string> fields;
+    std::istringstream in(rows[i]);
+    for (std::string field; std::getline(in, field, ',');)
+      fields.push_back(field);
+    EXPECT_EQ(fields.size(), 8u) << rows[i];
+    if (fields.size() == 8)
+      hits.push_back({fields[3], std::stoi(fields[4]), std::stoi(fields[5]), std::stod(fields[6])});
+  }
+  return hits;
+}
+
+/// Per scan-grid cell (u, v) hit, its nearest hit.
+inline std::map<std::pair<int, int>, CsvHit> nearestHits(std::vector<CsvHit> const& hits) {
+  std::map<std::pair<int, int>, CsvHit> nearest;
+  for (CsvHit const& hit : hits) {
+    auto const found = nearest.emplace(std::make_pair(hit.u, hit.v), hit);
+    if (hit.distance < found.first->second.distance)
+      found.first->second = hit;
+  }
+  return nearest;
 }
 
 /// The demo, run once per test process.

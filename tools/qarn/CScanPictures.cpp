@@ -140,6 +140,20 @@ Rgb getMeshColour(std::size_t meshIndex, std::size_t count, ColourMap const& map
   return map.getColour((static_cast<double>(meshIndex) + 0.5) / static_cast<double>(count));
 }
 
+ColourScale getDistanceScale(ScanResult const& result, ColourMap const& map) {
+  ValueRange distances;
+  for (float distance : result.cellDistance)
+    distances.add(distance);
+  return ColourScale(map, distances);
+}
+
+ColourScale getAngleScale(ColourMap const& map) {
+  ValueRange angles;
+  angles.add(0.0);
+  angles.add(90.0);
+  return ColourScale(map, angles);
+}
+
 CScanPictures drawCScanPictures(ScanResult const& result, std::vector<std::string> const& meshNames,
                                 double cellPitch, ColourMap const& map) {
   Frame const frame = makeFrame(result, cellPitch);
@@ -147,10 +161,7 @@ CScanPictures drawCScanPictures(ScanResult const& result, std::vector<std::strin
   std::vector<LegendEntry> const noHit = {{miss, "no hit", true}};
   CScanPictures pictures;
 
-  ValueRange distances;
-  for (float distance : result.cellDistance)
-    distances.add(distance);
-  ColourScale const distanceScale(map, distances);
+  ColourScale const distanceScale = getDistanceScale(result, map);
   pictures.distance = drawPicture(frame,
                                   {"C-scan: distance along the beam", frame.subtitle, frame.xLabel,
                                    frame.yLabel, "distance (mm)"},
@@ -158,10 +169,7 @@ CScanPictures drawCScanPictures(ScanResult const& result, std::vector<std::strin
                                     return distanceScale.getColour(result.cellDistance[cell]);
                                   });
 
-  ValueRange angles;
-  angles.add(0.0);
-  angles.add(90.0);
-  ColourScale const angleScale(map, angles);
+  ColourScale const angleScale = getAngleScale(map);
   pictures.angle = drawPicture(frame,
                                {"C-scan: angle between beam and surface normal", frame.subtitle,
                                 frame.xLabel, frame.yLabel, "angle (degrees)"},

@@ -42,6 +42,11 @@ double getCellPitch(ScanPart const& part);
 /// spread evenly over map.
 Rgb getMeshColour(std::size_t meshIndex, std::size_t count, ColourMap const& map);
 
+/// The scales of the pictures and of the report: distances over the range of the cells' nearest
+/// hits, angles from 0 to 90 degrees (ColourScale's rules for two-sided maps apply).
+ColourScale getDistanceScale(ScanResult const& result, ColourMap const& map);
+ColourScale getAngleScale(ColourMap const& map);
+
 /// The C-scan pictures of a scan: the nearest hit's distance along the beam, its angle to the
 /// surface normal (0 to 90 degrees) and the mesh hit, over the scan grid with u to the right and
 /// v upwards, misses in the map's miss colour. Axes are in scan-plane millimetres, cell (u, v)

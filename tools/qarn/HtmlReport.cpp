@@ -394,14 +394,8 @@ std::string makeHtmlReport(ScanPart const& part, ScanResult const& result,
                                                   static_cast<std::uint32_t>(i), result, stride,
                                                   getMeshColour(i, meshCount, map), drawnQuads);
 
-  ValueRange distances;
-  for (float distance : result.cellDistance)
-    distances.add(distance);
-  ColourScale const distanceScale(map, distances);
-  ValueRange angles;
-  angles.add(0.0);
-  angles.add(90.0);
-  ColourScale const angleScale(map, angles);
+  ColourScale const distanceScale = getDistanceScale(result, map);
+  ColourScale const angleScale = getAngleScale(map);
   std::string table;
   for (std::size_t i = 0; i < 256; ++i) {
     Rgb const entry = map.getEntry(i);

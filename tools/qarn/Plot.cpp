@@ -264,7 +264,7 @@ void Figure::drawKey() {
   if (scale != nullptr) {
     cairo_rectangle(cairo, bar.x - 0.5, bar.y - 0.5, bar.width + 1.0, bar.height + 1.0);
     cairo_stroke(cairo);
-    Ticks const ticks(scale->low, scale->high, std::max(2, bar.height / 50));
+    Ticks const ticks(scale->low, scale->high, std::max(2, bar.height / 70));
     double widest = 0.0;
     cairo_select_font_face(cairo, fontFamily, CAIRO_FONT_SLANT_NORMAL, CAIRO_FONT_WEIGHT_NORMAL);
     cairo_set_font_size(cairo, 12.0);

@@ -114,8 +114,9 @@ int main(int argc, char** argv) {
   qarn::ScanOptions report;
   report.doWriteReport = true;
   CLI::App* reportCommand = app.add_subcommand(
-      "report", "scan like scan and also write report.html: the scan on the part in 3-D, the "
-                "pictures and a summary, in one file that opens offline");
+      "report",
+      "scan the part like scan and also write report.html: the scan on the part in 3-D, the "
+      "pictures and a summary, in one file that opens offline");
   addScanInputs(*reportCommand, report);
   ScanArguments reportProbe;
   reportProbe.addTo(*reportCommand);
