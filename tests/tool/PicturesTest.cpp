@@ -18,9 +18,9 @@
 #include <string>
 #include <vector>
 
+namespace ToolTest {
 namespace {
 
-using namespace QARN::Test::Tool;
 using qarn::ColourMap;
 using qarn::Rgb;
 
@@ -117,7 +117,9 @@ TEST(Plot, TicksAreRoundStepsInsideTheRangePrintedWithJustEnoughDecimals) {
         Case{13.2, 24.68, 7, {"14", "16", "18", "20", "22", "24"}},
         Case{-0.05, 0.05, 4, {"-0.04", "-0.02", "0.00", "0.02", "0.04"}},
         Case{-6.0, 14.0, 8, {"-6", "-4", "-2", "0", "2", "4", "6", "8", "10", "12", "14"}},
-        Case{1.0, 1.0, 4, {}}, Case{0.0, std::nan(""), 4, {}}}) {
+        Case{0.0, 4e9, 4, {"0", "1e+09", "2e+09", "3e+09", "4e+09"}},
+        Case{1e-7, 4e-7, 3, {"1e-07", "2e-07", "3e-07", "4e-07"}}, Case{1.0, 1.0, 4, {}},
+        Case{0.0, std::nan(""), 4, {}}}) {
     qarn::Ticks const ticks(c.low, c.high, c.count);
     std::vector<std::string> labels;
     for (double value : ticks.values)
@@ -314,5 +316,6 @@ TEST(HtmlReport, Base64FollowsTheStandardsTestVectors) {
 }
 
 } // namespace
+} // namespace ToolTest
 
 #endif

@@ -21,10 +21,8 @@
 #include <utility>
 #include <vector>
 
+namespace ToolTest {
 namespace {
-
-using namespace QARN::Test::Tool;
-using QARN::Test::readFile;
 
 /// Chromium as installed by Debian's chromium package, or the binary QARN_CHROMIUM names.
 std::string chromiumPath() {
@@ -36,16 +34,20 @@ std::string chromiumPath() {
 /// and saving a 1280 × 900 screenshot. WebGL runs on the SwiftShader software renderer.
 Outcome openInChromium(std::string const& url, fs::path const& screenshot) {
   static int runs = 0;
-  fs::path const profile = workFolder() / ("chromium-profile-" + std::to_string(++runs));
+  fs::path const profile = workFolder / ("chromium-profile-" + std::to_string(++runs));
   fs::remove_all(profile);
   fs::create_directories(profile);
-  return run("timeout 180 " + chromiumPath() +
-             " --headless --no-sandbox --disable-gpu --disable-quic --no-first-run"
-             " --disable-background-networking --disable-component-update --disable-sync"
-             " --use-gl=angle --use-angle=swiftshader --enable-unsafe-swiftshader"
-             " --enable-logging=stderr --v=0 --user-data-dir=" +
-             profile.string() + " --window-size=1280,900 --screenshot=" + screenshot.string() +
-             " '" + url + "'");
+  fs::path const log = workFolder / "chromium.log";
+  std::string const command =
+      "timeout 180 " + chromiumPath() +
+      " --headless --no-sandbox --disable-gpu --disable-quic --no-first-run"
+      " --disable-background-networking --disable-component-update --disable-sync"
+      " --use-gl=angle --use-angle=swiftshader --enable-unsafe-swiftshader"
+      " --enable-logging=stderr --v=0 --user-data-dir=" +
+      profile.string() + " --window-size=1280,900 --screenshot=" + screenshot.string() + " '" +
+      url + "' >/dev/null 2>" + log.string();
+  int const raw = std::system(command.c_str());
+  return {WIFEXITED(raw) ? WEXITSTATUS(raw) : -1, "", readFile(log)};
 }
 
 /// The text between `"key":"` and the next quote, after the first occurrence of from.
@@ -95,11 +97,11 @@ TEST(Report, TheViewDrapesEachQuadsNearestHitOnItsOwnMeshAlsoWhenFlipped) {
   G3::LinearMap const rise(G3::Vector(1.0, 0.0, 0.25), G3::Vector(0.0, 1.0, 0.0),
                            G3::Vector(0.0, 0.0, 1.0));
   plate.transform(G3::Point(0.0, 0.0, 0.0), G3::AffineMap(rise, G3::Vector(0.0, 0.0, 0.0)));
-  fs::path const file = workFolder() / "ramp.quads";
+  fs::path const file = workFolder / "ramp.quads";
   plate.save(file.c_str());
-  fs::path const folder = workFolder() / "ramp";
+  fs::path const folder = workFolder / "ramp";
   Outcome const made =
-      runQarn("report -q " + file.string() + " --step 0.37 --flip-u 1 -o " + folder.string());
+      qarn("report -q " + file.string() + " --step 0.37 --flip-u 1 -o " + folder.string());
   ASSERT_EQ(made.status, 0) << made.err;
   std::string const html = readFile(folder / "report.html");
   std::map<std::pair<int, int>, CsvHit> const nearest = nearestHits(readHits(folder / "hits.csv"));
@@ -153,14 +155,14 @@ TEST(Report, OpensInChromiumWithoutConsoleMessagesAndDrawsThePart) {
   if (access(chromiumPath().c_str(), X_OK) != 0)
     GTEST_SKIP() << "Chromium is not installed at " << chromiumPath()
                  << " (Debian package chromium; QARN_CHROMIUM may name another binary)";
-  fs::path const blankShot = workFolder() / "blank.png";
+  fs::path const blankShot = workFolder / "blank.png";
   Outcome const blank = openInChromium("about:blank", blankShot);
   if (!fs::exists(blankShot))
     GTEST_SKIP() << "Chromium cannot be started here (status " << blank.status
                  << "), its log ends:\n"
                  << blank.err.substr(blank.err.size() > 2000 ? blank.err.size() - 2000 : 0);
 
-  fs::path const shot = workFolder() / "report.png";
+  fs::path const shot = workFolder / "report.png";
   Outcome const opened =
       openInChromium("file://" + fs::absolute(d.folder / "report.html").string(), shot);
   ASSERT_TRUE(fs::exists(shot)) << "status " << opened.status << "\n" << opened.err;
@@ -209,10 +211,10 @@ TEST(Report, LargeMeshesAreDrawnOnFewerGridLinesAndTheReportSaysSo) {
   QARN::Geometry::ThreeDimensional::QuadMesh::RectMesh plate;
   ASSERT_TRUE(plate.setAsPlane(QARN::Geometry::TwoDimensional::Vector<double>(100.0, 100.0), 0.25,
                                false, 256));
-  fs::path const file = workFolder() / "plate.quads";
+  fs::path const file = workFolder / "plate.quads";
   plate.save(file.c_str());
-  fs::path const folder = workFolder() / "plate";
-  Outcome const made = runQarn("report -q " + file.string() + " --step 2.1 -o " + folder.string());
+  fs::path const folder = workFolder / "plate";
+  Outcome const made = qarn("report -q " + file.string() + " --step 2.1 -o " + folder.string());
   ASSERT_EQ(made.status, 0) << made.err;
   std::string const html = readFile(folder / "report.html");
   EXPECT_NE(html.find("one grid line in 2 drawn"), std::string::npos);
@@ -225,5 +227,6 @@ TEST(Report, LargeMeshesAreDrawnOnFewerGridLinesAndTheReportSaysSo) {
 }
 
 } // namespace
+} // namespace ToolTest
 
 #endif

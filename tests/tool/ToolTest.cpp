@@ -21,12 +21,11 @@
 #include <utility>
 #include <vector>
 
+namespace ToolTest {
 namespace {
 
-using namespace QARN::Test::Tool;
 using QARN::Geometry::ThreeDimensional::QuadMesh::RectMesh;
 using QARN::Geometry::ThreeDimensional::QuadMesh::RectMeshGroup;
-using QARN::Test::readFile;
 using Offset = QARN::Geometry::TwoDimensional::Vector<int>;
 
 /// The number after "label" at the start of a summary line.
@@ -134,15 +133,15 @@ TEST(Tool, ScanOfTheDemoFilesRepeatsTheDemoAndFlipsMirrorOneMesh) {
   std::string const files = d.cylinder.string() + " " + d.dish.string() + " --offset 0,0" +
                             " --offset " + std::to_string(offsets[1].getdU()) + ",0 -q";
 
-  Outcome const same = runQarn("scan " + files + " -o " + (workFolder() / "same").string());
+  Outcome const same = qarn("scan " + files + " -o " + (workFolder / "same").string());
   ASSERT_EQ(same.status, 0) << same.err;
-  EXPECT_EQ(readFile(workFolder() / "same" / "hits.csv"), readFile(d.folder / "hits.csv"));
+  EXPECT_EQ(readFile(workFolder / "same" / "hits.csv"), readFile(d.folder / "hits.csv"));
 
   Outcome const flipped =
-      runQarn("scan " + files + " --flip-u 2 -o " + (workFolder() / "flip").string());
+      qarn("scan " + files + " --flip-u 2 -o " + (workFolder / "flip").string());
   ASSERT_EQ(flipped.status, 0) << flipped.err;
   std::vector<CsvHit> const before = readHits(d.folder / "hits.csv");
-  std::vector<CsvHit> const after = readHits(workFolder() / "flip" / "hits.csv");
+  std::vector<CsvHit> const after = readHits(workFolder / "flip" / "hits.csv");
   ASSERT_EQ(after.size(), before.size());
   std::uint32_t U = 0, V = 0;
   double mean = 0, min = 0, max = 0;
@@ -165,15 +164,15 @@ TEST(Tool, InfoAndExportDescribeTheDemoCylinder) {
   RectMesh::getFileHeaderItems(d.cylinder.c_str(), U, V, mean, min, max);
   unsigned long long const points = (U + 1ull) * (V + 1ull);
 
-  Outcome const info = runQarn("info " + d.cylinder.string());
+  Outcome const info = qarn("info " + d.cylinder.string());
   ASSERT_EQ(info.status, 0) << info.err;
   std::string const grid = std::to_string(U) + " x " + std::to_string(V);
   EXPECT_NE(info.out.find("quads:          " + grid + "\n"), std::string::npos) << info.out;
   std::string const all = std::to_string(points) + " of " + std::to_string(points);
   EXPECT_NE(info.out.find("valid points:   " + all + "\n"), std::string::npos) << info.out;
 
-  fs::path const obj = workFolder() / "cylinder.obj";
-  Outcome const exported = runQarn("export " + d.cylinder.string() + " -o " + obj.string());
+  fs::path const obj = workFolder / "cylinder.obj";
+  Outcome const exported = qarn("export " + d.cylinder.string() + " -o " + obj.string());
   ASSERT_EQ(exported.status, 0) << exported.err;
   std::size_t vertices = 0, faces = 0;
   for (std::string const& line : lines(readFile(obj))) {
@@ -185,8 +184,8 @@ TEST(Tool, InfoAndExportDescribeTheDemoCylinder) {
 }
 
 TEST(Tool, ErrorsAreOneLineWithStatusOneForFailuresAndTwoForUsage) {
-  std::string const missing = (workFolder() / "missing.quads").string();
-  Outcome const run = runQarn("info " + missing);
+  std::string const missing = (workFolder / "missing.quads").string();
+  Outcome const run = qarn("info " + missing);
   EXPECT_EQ(run.status, 1);
   EXPECT_EQ(run.err, "qarn: " + missing + ": Quad-mesh file open failure.\n");
   EXPECT_EQ(run.out, "");
@@ -195,18 +194,19 @@ TEST(Tool, ErrorsAreOneLineWithStatusOneForFailuresAndTwoForUsage) {
        {std::string(""), std::string("demo --no-such-option"), std::string("scan a.quads"),
         std::string("demo --step -1"), std::string("demo --beam sideways"),
         std::string("demo --colour-map rainbow"), std::string("report a.quads"),
-        "scan a.quads b.quads --offset 0,0 -o " + (workFolder() / "x").string(),
-        "scan a.quads --offset 0:0 -o " + (workFolder() / "x").string(),
-        "scan a.quads --flip-u 2 -o " + (workFolder() / "x").string()}) {
-    Outcome const bad = runQarn(usage);
+        "scan a.quads b.quads --offset 0,0 -o " + (workFolder / "x").string(),
+        "scan a.quads --offset 0:0 -o " + (workFolder / "x").string(),
+        "scan a.quads --flip-u 2 -o " + (workFolder / "x").string()}) {
+    Outcome const bad = qarn(usage);
     EXPECT_EQ(bad.status, 2) << usage;
     EXPECT_EQ(bad.err.rfind("qarn: ", 0), 0u) << usage << ": " << bad.err;
     EXPECT_EQ(lines(bad.err).size(), 1u) << usage << ": " << bad.err;
   }
-  EXPECT_FALSE(fs::exists(workFolder() / "x")) << "usage errors are found before any output";
+  EXPECT_FALSE(fs::exists(workFolder / "x")) << "usage errors are found before any output";
 }
 
 } // namespace
+} // namespace ToolTest
 
 #else
 

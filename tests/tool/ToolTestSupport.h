@@ -5,6 +5,7 @@
 
 #include <gtest/gtest.h>
 #include <png.h>
+
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -18,22 +19,21 @@
 #include <utility>
 #include <vector>
 
-namespace QARN::Test::Tool {
+namespace ToolTest {
 
 namespace fs = std::filesystem;
+using QARN::Test::readFile;
+using QARN::Test::writeFile;
 
-/// The scratch folder of this test process: CTest runs the cases in parallel processes.
-inline fs::path const& workFolder() {
-  static fs::path const folder = [] {
-    char const* dir = std::getenv("QARN_TEST_TMPDIR");
-    fs::path const path =
-        fs::path(dir != nullptr ? dir : testing::TempDir()) / ("tool-" + std::to_string(getpid()));
-    fs::remove_all(path);
-    fs::create_directories(path);
-    return path;
-  }();
+/// This test process's own folder: CTest runs the cases in parallel.
+inline fs::path const workFolder = [] {
+  char const* dir = std::getenv("QARN_TEST_TMPDIR");
+  fs::path const folder =
+      fs::path(dir != nullptr ? dir : testing::TempDir()) / ("tool-" + std::to_string(getpid()));
+  fs::remove_all(folder);
+  fs::create_directories(folder);
   return folder;
-}
+}();
 
 inline std::vector<std::string> lines(std::string const& text) {
   std::vector<std::string> result;
@@ -48,16 +48,27 @@ struct Outcome {
   std::string out, err;
 };
 
-/// Runs command (a shell command line) with its output and errors captured.
-inline Outcome run(std::string const& command) {
-  fs::path const out = workFolder() / "stdout.txt";
-  fs::path const err = workFolder() / "stderr.txt";
-  int const raw = std::system((command + " >" + out.string() + " 2>" + err.string()).c_str());
+/// Runs qarn with the arguments (shell syntax) and collects its exit status and output.
+inline Outcome qarn(std::string const& arguments) {
+  fs::path const out = workFolder / "stdout.txt";
+  fs::path const err = workFolder / "stderr.txt";
+  std::string const command =
+      std::string(QARN_TOOL_PATH) + " " + arguments + " >" + out.string() + " 2>" + err.string();
+  int const raw = std::system(command.c_str());
   return {WIFEXITED(raw) ? WEXITSTATUS(raw) : -1, readFile(out), readFile(err)};
 }
 
-inline Outcome runQarn(std::string const& arguments) {
-  return run(std::string(QARN_TOOL_PATH) + " " + arguments);
+/// The demo, run once per test process.
+struct Demo {
+  fs::path folder = workFolder / "demo";
+  Outcome run = qarn("demo --quiet --out " + folder.string());
+  fs::path cylinder = folder / "cylinder-arc.quads";
+  fs::path dish = folder / "paraboloid.quads";
+};
+
+inline Demo const& demo() {
+  static Demo const instance;
+  return instance;
 }
 
 /// A decoded 8-bit RGB picture.
@@ -128,19 +139,6 @@ inline std::map<std::pair<int, int>, CsvHit> nearestHits(std::vector<CsvHit> con
   return nearest;
 }
 
-/// The demo, run once per test process.
-struct Demo {
-  fs::path folder = workFolder() / "demo";
-  Outcome run = runQarn("demo --quiet --out " + folder.string());
-  fs::path cylinder = folder / "cylinder-arc.quads";
-  fs::path dish = folder / "paraboloid.quads";
-};
-
-inline Demo const& demo() {
-  static Demo const instance;
-  return instance;
-}
-
-} // namespace QARN::Test::Tool
+} // namespace ToolTest
 
 #endif

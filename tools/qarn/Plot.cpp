@@ -119,7 +119,11 @@ Ticks::Ticks(double low, double high, int count) {
 
 std::string Ticks::format(double value) const {
   char buffer[64];
-  std::snprintf(buffer, sizeof buffer, "%.*f", decimals, value);
+  // Fixed decimals while they stay short, powers of ten beyond.
+  if (decimals > 6 || std::fabs(value) >= 1e7)
+    std::snprintf(buffer, sizeof buffer, "%.6g", value);
+  else
+    std::snprintf(buffer, sizeof buffer, "%.*f", decimals, value);
   std::string text = buffer;
   // Never print "-0" for a tick that is zero up to rounding.
   if (text.find_first_not_of("-0.") == std::string::npos && text[0] == '-')

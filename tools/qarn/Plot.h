@@ -107,7 +107,9 @@ private:
 };
 
 /// Evenly spaced round values (steps of 1, 2 or 5 times a power of ten) inside [low, high],
-/// about count of them, and the number of decimals that prints them exactly.
+/// about count of them, and the number of decimals that prints them exactly. Labels use those
+/// decimals, or six significant digits with an exponent for values of 10^7 and more or steps
+/// below 10^-6.
 struct Ticks {
   std::vector<double> values;
   int decimals = 0;

@@ -5,7 +5,6 @@
 
 #include <cerrno>
 #include <chrono>
-#include <cmath>
 #include <cstring>
 #include <filesystem>
 #include <stdexcept>
