@@ -79,7 +79,7 @@ std::vector<std::string> writeScanOutputs(ScanPart const& part, ScanResult const
   if (options.doWriteReport) {
     ReportContext context{options.command, options.settings, options.timings};
     context.timings.emplace_back(
-        "pictures",
+        "pictures and hits table",
         std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count());
     written.push_back((dir / "report.html").string());
     writeBytes(written.back(), makeHtmlReport(part, result, pictures, *options.colourMap, context));
