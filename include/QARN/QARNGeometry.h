@@ -27,6 +27,7 @@
 #include <QARN/Geometry/ThreeDimensional/TriMesh/CutEdgeIndex.h>
 #include <QARN/Geometry/ThreeDimensional/TriMesh/Edge.h>
 #include <QARN/Geometry/ThreeDimensional/TriMesh/FileContents.h>
+#include <QARN/Geometry/ThreeDimensional/TriMesh/IndexedFaceSet.h>
 #include <QARN/Geometry/ThreeDimensional/TriMesh/Map.h>
 #include <QARN/Geometry/ThreeDimensional/TriMesh/Mesh.h>
 #include <QARN/Geometry/ThreeDimensional/TriMesh/Triangle.h>

@@ -4,6 +4,7 @@
 #include <QARN/Geometry/ThreeDimensional/TriMesh/CutEdgeIndex.h>
 #include <QARN/Geometry/ThreeDimensional/TriMesh/Edge.h>
 #include <QARN/Geometry/ThreeDimensional/TriMesh/FileContents.h>
+#include <QARN/Geometry/ThreeDimensional/TriMesh/IndexedFaceSet.h>
 #include <QARN/Geometry/ThreeDimensional/TriMesh/Triangle.h>
 #include <QARN/Geometry/ThreeDimensional/TriMesh/Vertex.h>
 #include <QARN/Progress/ProgressListener.h>
@@ -58,6 +59,18 @@ public:
   std::string const& getFileName() const { return fileName; }
   CutEdgeIndices const& getCutEdgeIndices() const { return cutEdgeIndices; }
 
+  // Building from and exporting to a triangle soup (MeshFaceSet.cpp).
+  /// Replaces the mesh's contents with the faces of set, grown as `load` grows a file's faces, so
+  /// that the result equals loading the same points and faces: triangles in the order the growth
+  /// creates them, points no face uses removed (the others keep their order), vertex normals
+  /// computed. The file name and the cut pairs are cleared. The set must be one consistently
+  /// oriented, edge-connected manifold surface: otherwise throws the message of
+  /// `IndexedFaceSet::validateSurface` and leaves the mesh empty.
+  void construct(IndexedFaceSet const& set);
+  /// The vertices' 3-D points in index order (floating vertices included) and the distinct
+  /// triangles' corners in creation order, the order `save` writes them.
+  IndexedFaceSet getIndexedFaceSet() const;
+
   // Progress; the pointers are held, never owned.
   void setProgressListener(ProgressListener* listener) { progressListener = listener; }
   void setProgressTerminator(ProgressTerminator* terminator) { progressTerminator = terminator; }
@@ -78,6 +91,12 @@ private:
   void clear();
   /// Removes floating vertices, renumbering the others in their order.
   void clean();
+  /// Renumbers the vertices: old vertex i becomes vertex newIndexOfOld[i], taking its anchor with
+  /// it; triangle corners and both vectors of the cut pairs are rewritten so that they name the
+  /// same points (cut entries beyond the vertex count are left alone). newIndexOfOld must be a
+  /// permutation of 0 .. n-1 (otherwise throws "Invalid vertex permutation" and changes nothing).
+  /// Not for use while a mesh grows.
+  void permuteVertices(std::vector<std::uint32_t> const& newIndexOfOld);
 
   // Triangle storage (Mesh.cpp; creation: MeshConstruction.cpp).
   Triangle* getTriangleBySerial(std::size_t serial) const {
