@@ -32,6 +32,15 @@ struct MeshTestAccess {
     m.permuteVertices(newIndexOfOld);
   }
   static Mesh::CutEdgeIndices& cuts(Mesh& m) { return m.cutEdgeIndices; }
+  static bool orient(Mesh& m) { return m.transformMinBBArea2D(); }
+  /// Appends floating vertices holding only the flat points.
+  static void addFlatPoints(Mesh& m, std::vector<TwoDimensional::Point<double>> const& points) {
+    for (auto const& p : points) {
+      Vertex v;
+      v.setPoint2D(p);
+      m.addVertex(v);
+    }
+  }
 };
 
 } // namespace QARN::Geometry::ThreeDimensional::TriMesh

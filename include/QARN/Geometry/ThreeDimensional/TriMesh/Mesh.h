@@ -43,6 +43,32 @@ public:
   /// Sets every vertex normal to the unit area-weighted normal of the triangles around it (the
   /// zero vector where that sum vanishes or the vertex has no triangle).
   void calculateVertexNormals();
+  /// The normal `calculateVertexNormals` gives vertex i (i modulo the vertex count), found from
+  /// its fan alone and not stored: the same bits for a vertex whose triangles form one fan.
+  /// Throws "Invalid vertex index" on an empty mesh.
+  Vector getVertexNormal(std::uint32_t i) const;
+
+  // Planar orientation of the flat points (MeshOrientation.cpp). Only the 2-D points change.
+  /// Turns the flat points about the origin so that their principal axis (the direction of the
+  /// largest second moment of the flat triangles' area) runs along u, by the smallest turn that
+  /// does so (at most a quarter turn either way; none when the moments are equal in every
+  /// direction), then moves the low corner of their box to the origin. Returns false, changing
+  /// nothing, when the flat triangles have no area or a non-finite moment.
+  bool transformPCA2D();
+  /// Indices of the boundary vertices with the smallest u, the largest u, the smallest v and the
+  /// largest v of their flat points, in that order (the lowest index on a tie). Throws "No boundary
+  /// found" when no vertex lies on a boundary.
+  std::array<std::uint32_t, 4> getExtremeBoundaryVertexIndices() const;
+  /// Fills corners[0..3] with the 3-D points of the boundary vertices whose flat points lie nearest
+  /// to the corners of the flat box (low u and low v, high u and low v, high u and high v, low u
+  /// and high v; the lowest index on a tie): where the corners of the scan plane lie on the part.
+  /// The array must hold four points. Throws "No boundary found" when no vertex lies on a
+  /// boundary.
+  void getCorners(Point* corners) const;
+  /// Moves every flat point to the nearest multiple of step in u and in v (halves go up, as
+  /// `QuadMesh::RectMesh` rounds), so that noise below the scan resolution leaves the flat
+  /// coordinates. Throws "Invalid rounding step" unless step is positive and finite.
+  void round(double step);
 
   // Topology.
   /// Fills triangles with the triangles of every anchored vertex's fan, once per corner met, and
@@ -104,6 +130,14 @@ private:
   }
   /// Builds the triangle (a, b, c) without neighbours.
   Triangle* createTriangle(std::uint32_t a, std::uint32_t b, std::uint32_t c);
+
+  // Planar orientation (MeshOrientation.cpp).
+  /// Turns the flat points by the one of 4096 angles j·(π/2)/4096 (or that angle plus a quarter
+  /// turn) that gives their axis-aligned box the smallest area with its u-extent the longer, as
+  /// an exhaustive search would choose it with its rounding and ties (the earlier angle), then
+  /// moves the box's low corner to the origin. Status "Starting C-scan orientation
+  /// calculation..." and the percentages of the 4096 steps. Always returns true.
+  bool transformMinBBArea2D();
 
   // Construction (MeshConstruction.cpp).
   bool addFloatingTriangle(std::vector<std::uint32_t> const& indices);
