@@ -67,23 +67,33 @@ struct Side {
 };
 
 /// The sides of the non-degenerate faces sorted by edge, then by face: the sides of one edge are
-/// adjacent, in face order.
+/// adjacent, in face order. A bucket per lower point, filled in face order, then each bucket
+/// sorted stably by the higher point.
 class EdgeTable {
 public:
-  explicit EdgeTable(std::vector<Face> const& faces) {
-    sides.reserve(3 * faces.size());
+  EdgeTable(std::vector<Face> const& faces, std::uint32_t pointCount) {
+    std::vector<std::uint32_t> start(std::size_t(pointCount) + 1, 0);
+    for (Face const& f : faces)
+      if (!isDegenerate(f))
+        for (std::uint32_t k = 0; k < 3; ++k)
+          ++start[std::min(f[k], f[(k + 1) % 3]) + 1];
+    for (std::size_t p = 1; p < start.size(); ++p)
+      start[p] += start[p - 1];
+    sides.resize(start.back());
+    std::vector<std::uint32_t> next(start.begin(), start.end() - 1);
     for (std::uint32_t f = 0; f < faces.size(); ++f) {
       if (isDegenerate(faces[f]))
         continue;
       for (std::uint8_t k = 0; k < 3; ++k) {
         std::uint32_t const a = faces[f][k];
         std::uint32_t const b = faces[f][(k + 1) % 3];
-        sides.push_back({std::uint64_t(std::min(a, b)) << 32 | std::max(a, b), f, k, a > b});
+        sides[next[std::min(a, b)]++] = {std::uint64_t(std::min(a, b)) << 32 | std::max(a, b), f, k,
+                                         a > b};
       }
     }
-    std::sort(sides.begin(), sides.end(), [](Side const& s, Side const& t) {
-      return s.key != t.key ? s.key < t.key : s.face != t.face ? s.face < t.face : s.k < t.k;
-    });
+    for (std::size_t p = 0; p + 1 < start.size(); ++p)
+      std::stable_sort(sides.begin() + start[p], sides.begin() + start[p + 1],
+                       [](Side const& s, Side const& t) { return s.key < t.key; });
   }
 
   /// Calls visit(sides, count) once per edge, in key order.
@@ -369,7 +379,7 @@ std::uint32_t IndexedFaceSet::removeUnusedPoints() {
 std::uint32_t IndexedFaceSet::orientConsistently() {
   validate();
   std::vector<char> flip;
-  if (!getFlips(faces, EdgeTable(faces), flip))
+  if (!getFlips(faces, EdgeTable(faces, getNumberOfPoints()), flip))
     throw Exception("Surface is not orientable.");
   std::uint32_t flipped = 0;
   for (std::size_t f = 0; f < faces.size(); ++f)
@@ -382,7 +392,8 @@ std::uint32_t IndexedFaceSet::orientConsistently() {
 
 std::uint32_t IndexedFaceSet::keepLargestComponent() {
   validate();
-  std::vector<std::uint32_t> const roots = getComponentRoots(faces, EdgeTable(faces));
+  std::vector<std::uint32_t> const roots =
+      getComponentRoots(faces, EdgeTable(faces, getNumberOfPoints()));
   std::vector<std::uint32_t> size(faces.size(), 0);
   std::uint32_t largest = none;
   for (std::uint32_t const root : roots)
@@ -412,7 +423,7 @@ IndexedFaceSet::Diagnosis IndexedFaceSet::getDiagnosis() const {
   }
   d.unusedPoints = static_cast<std::uint32_t>(std::count(used.begin(), used.end(), false));
 
-  EdgeTable const table(faces);
+  EdgeTable const table(faces, getNumberOfPoints());
   DisjointSets boundaryPieces(n);
   std::vector<bool> onBoundary(n, false);
   table.forEachEdge([&](Side const* s, std::size_t count) {
@@ -460,7 +471,7 @@ void IndexedFaceSet::validateSurface() const {
     if (isDegenerate(faces[f]))
       throw Exception("Face " + str(f) + " repeats point " +
                       str(faces[f][1] == faces[f][2] ? faces[f][1] : faces[f][0]) + ".");
-  EdgeTable const table(faces);
+  EdgeTable const table(faces, getNumberOfPoints());
   std::string fault;
   auto const edgeName = [](Side const& s) {
     return "(" + str(s.low()) + ", " + str(s.high()) + ")";

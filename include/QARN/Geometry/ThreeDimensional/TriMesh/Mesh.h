@@ -2,6 +2,7 @@
 #define QARN_GEOMETRY_THREEDIMENSIONAL_TRIMESH_MESH_H
 
 #include <QARN/Geometry/ThreeDimensional/TriMesh/CutEdgeIndex.h>
+#include <QARN/Geometry/ThreeDimensional/TriMesh/CutMetric.h>
 #include <QARN/Geometry/ThreeDimensional/TriMesh/Edge.h>
 #include <QARN/Geometry/ThreeDimensional/TriMesh/FileContents.h>
 #include <QARN/Geometry/ThreeDimensional/TriMesh/IndexedFaceSet.h>
@@ -97,6 +98,48 @@ public:
   /// triangles' corners in creation order, the order `save` writes them.
   IndexedFaceSet getIndexedFaceSet() const;
 
+  // Cutting open (MeshCut.cpp).
+  /// Cuts the mesh open along a path of edges that follows a plane from one boundary vertex to the
+  /// next boundary vertex it reaches, so that two boundary loops become one (or, from a loop back
+  /// to itself, one becomes two). First clears the cut pairs. The start is the boundary vertex
+  /// with the smallest (`CutAtMinimum`) or largest coordinate axisA (0 = x, 1 = y, 2 = z, taken
+  /// modulo 3), the first in index order on a tie; the plane holds the start point and the
+  /// directions of axisA and axisB, its normal n = eA x (s eB) with s = -1 for `CutAtMinimum`,
+  /// +1 for `CutAtMaximum`. From each path vertex the walk takes, among the edges of its fan that
+  /// point forward (along n x N, N the normal of the start's boundary triangle), the one whose end
+  /// lies nearest the plane, until it reaches a boundary vertex. The path's edges become boundary
+  /// edges; each vertex on it is copied (the whole vertex: 3-D point, flat point and normal), the
+  /// triangles on the left of the path taking the copies, those on the right keeping the
+  /// originals, and the pairs (original, copy) are recorded in path order, the end vertex last:
+  /// one pair per path edge plus one.
+  ///
+  /// Returns false, leaving vertices and triangles as they are, when:
+  /// - the last vertex is not a boundary vertex (whichever vertex would start: callers order their
+  ///   vertices so that the last lies on a boundary; a deliberate rule, kept);
+  /// - no boundary vertex has an attached fan and a comparable coordinate;
+  /// - a path vertex has no forward edge, or its best edge ends exactly on the plane (exact hits
+  ///   are refused on purpose: a plane through a row of vertices is left to another plane);
+  /// - the path is a single edge that is already a boundary edge (the plane runs along the border
+  ///   from the start to its neighbour): there is nothing to cut open, and a border edge is never
+  ///   cut again. Only a one-edge path can be a border edge, as every later edge leaves an inner
+  ///   vertex;
+  /// - the walk visits more vertices than the mesh has (it cannot, but rounding is not trusted).
+  bool makeCut(CutMetric metric, std::uint32_t axisA, std::uint32_t axisB);
+  /// The number of closed loops of boundary edges; 0 for a closed surface or an empty mesh.
+  std::uint32_t getNumberOfBoundaryLoops() const;
+  /// Cuts the mesh open with `makeCut`'s plane cuts until one boundary loop is left (a mesh with
+  /// fewer than two loops is left as it is), as flattening needs. The cut pairs are cleared first
+  /// and then hold the pairs of every cut made, in order. When the last vertex is not on a
+  /// boundary, it first swaps places with the highest-indexed boundary vertex (`makeCut`'s rule;
+  /// later copies are appended on a boundary). For each cut it tries the mesh as it lies, then
+  /// turned so that the line between the centroids of two loops runs along z (twice, with two
+  /// twists about that line), then a few fixed generic turns (a plane through a straight row of
+  /// vertices is refused), each with both metrics and the six axis pairs, and applies the first
+  /// path that joins two different loops; the points are never changed. Returns the number of
+  /// cuts made. Throws "No plane cut joins two boundary loops" when every try fails; the cuts
+  /// made before stay, with their pairs.
+  std::uint32_t makeCuts();
+
   // Progress; the pointers are held, never owned.
   void setProgressListener(ProgressListener* listener) { progressListener = listener; }
   void setProgressTerminator(ProgressTerminator* terminator) { progressTerminator = terminator; }
@@ -138,6 +181,24 @@ private:
   /// moves the box's low corner to the origin. Status "Starting C-scan orientation
   /// calculation..." and the percentages of the 4096 steps. Always returns true.
   bool transformMinBBArea2D();
+
+  // Cutting (MeshCut.cpp).
+  /// Per vertex whether it is a boundary vertex (getIsBoundaryVertex).
+  std::vector<bool> getBoundaryVertexFlags() const;
+  /// makeCut's walk, on the mesh's own 3-D points or on turned copies of them: the path from the
+  /// start to a boundary vertex, or false.
+  bool findCutPath(CutMetric metric, std::uint32_t axisA, std::uint32_t axisB,
+                   std::vector<Point> const* turned, std::vector<bool> const& boundary,
+                   std::vector<Edge>& path) const;
+  /// makeCuts' search for a plane cut from one boundary loop to another (loopOf: per vertex its
+  /// loop).
+  bool findJoiningCutPath(std::vector<std::uint32_t> const& loopOf, std::uint32_t loops,
+                          std::vector<bool> const& boundary, std::vector<Edge>& path) const;
+  /// Cuts along a path found on this mesh and appends its pairs.
+  void applyCut(std::vector<Edge> const& path);
+  /// Per vertex the number of the first boundary loop through it (loops numbered from 0 in the
+  /// order of their triangles' creation), or all bits set; loops receives their count.
+  std::vector<std::uint32_t> getBoundaryLoopOfVertices(std::uint32_t& loops) const;
 
   // Construction (MeshConstruction.cpp).
   bool addFloatingTriangle(std::vector<std::uint32_t> const& indices);
