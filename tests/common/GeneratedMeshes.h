@@ -90,6 +90,15 @@ inline IndexedFaceSet tube(int around, int along, double radius = 1.0, double le
   return IndexedFaceSet(std::move(points), std::move(faces));
 }
 
+/// Closes the last ring (the last `around` points) of a grid wrapped round z with a fan to a new
+/// last point, the tip.
+inline void closeTopRing(IndexedFaceSet& set, int around, Point const& tip) {
+  std::uint32_t const top = set.getNumberOfPoints() - std::uint32_t(around);
+  std::uint32_t const apex = set.addPoint(tip);
+  for (int i = 0; i < around; ++i)
+    set.addFace(top + std::uint32_t(i), top + std::uint32_t((i + 1) % around), apex);
+}
+
 /// A cone about z with base radius 1 at z = 0 and apex (0, 0, 1), `rings` cells high. With the
 /// apex kept it is a disc (one loop, apex last); without it the top ring of cells is left out
 /// and it has two loops.
@@ -100,12 +109,8 @@ inline IndexedFaceSet cone(int around, int rings, bool keepApex) {
     return Point(r * std::cos(a), r * std::sin(a), double(j) / rings);
   };
   IndexedFaceSet set = grid(around, rings - 1, true, ringPoint);
-  if (!keepApex)
-    return set;
-  std::uint32_t const top = std::uint32_t((rings - 1) * around);
-  std::uint32_t const apex = set.addPoint(Point(0.0, 0.0, 1.0));
-  for (int i = 0; i < around; ++i)
-    set.addFace(top + std::uint32_t(i), top + std::uint32_t((i + 1) % around), apex);
+  if (keepApex)
+    closeTopRing(set, around, Point(0.0, 0.0, 1.0));
   return set;
 }
 
@@ -117,10 +122,7 @@ inline IndexedFaceSet hemisphere(int around, int rings) {
     double const e = 0.5 * pi * j / rings;
     return Point(std::cos(e) * std::cos(a), std::cos(e) * std::sin(a), std::sin(e));
   });
-  std::uint32_t const top = std::uint32_t((rings - 1) * around);
-  std::uint32_t const pole = set.addPoint(Point(0.0, 0.0, 1.0));
-  for (int i = 0; i < around; ++i)
-    set.addFace(top + std::uint32_t(i), top + std::uint32_t((i + 1) % around), pole);
+  closeTopRing(set, around, Point(0.0, 0.0, 1.0));
   return set;
 }
 
@@ -131,6 +133,15 @@ inline IndexedFaceSet curvedPanel(int nu, int nv) {
     double const y = double(j) / nv;
     return Point(x, y, 0.3 * (x - 1.0) * (x - 1.0) + 0.2 * y * y);
   });
+}
+
+/// A closed surface: the tube of 4 x 1 cells with both ends capped by two triangles.
+inline IndexedFaceSet cappedTube() {
+  IndexedFaceSet set = tube(4, 1);
+  for (IndexedFaceSet::Face const f :
+       {IndexedFaceSet::Face{0, 2, 1}, {0, 3, 2}, {4, 5, 6}, {4, 6, 7}})
+    set.addFace(f[0], f[1], f[2]);
+  return set;
 }
 
 /// Two 2 x 2 patches side by side, not touching: 8 faces in two components of 4.

@@ -146,6 +146,9 @@ TEST(Cut, AChordJoinsTwoLoopsInOneEdge) {
   ASSERT_TRUE(mesh.makeCut(CutAtMinimum, 2, 0));
   EXPECT_EQ(2u, mesh.getCutEdgeIndices().first.size());
   expectCleanCut(mesh, 20, 1);
+  // A second call starts by forgetting the first call's pairs, even when it cuts nothing.
+  EXPECT_FALSE(mesh.makeCut(CutAtMinimum, 2, 2));
+  EXPECT_TRUE(mesh.getCutEdgeIndices().first.empty() && mesh.getCutEdgeIndices().second.empty());
 }
 
 TEST(Cut, AutomaticCutsLeaveOneLoop) {
@@ -192,12 +195,8 @@ TEST(Cut, AutomaticCutsLeaveOneLoop) {
     EXPECT_EQ(sorted(c.set.getPoints()), sorted(kept)) << c.name;
   }
   // A closed surface has no loop to join.
-  IndexedFaceSet closed = Meshes::tube(4, 1);
-  for (IndexedFaceSet::Face const f :
-       {IndexedFaceSet::Face{0, 2, 1}, {0, 3, 2}, {4, 5, 6}, {4, 6, 7}})
-    closed.addFace(f[0], f[1], f[2]);
   Mesh mesh;
-  mesh.construct(closed);
+  mesh.construct(Meshes::cappedTube());
   EXPECT_EQ(0u, mesh.makeCuts());
   EXPECT_EQ(0u, mesh.getNumberOfBoundaryLoops());
 }

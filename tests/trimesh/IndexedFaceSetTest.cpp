@@ -49,13 +49,7 @@ TEST(IndexedFaceSet, DiagnosesOfTheGeneratedSurfaces) {
     // Generated surfaces are wound consistently, except across the Möbius strip's half twist.
     EXPECT_EQ(c.orientable, d.inconsistentEdges == 0) << c.name;
   }
-  // A closed surface: a tube whose two loops are capped.
-  Set closed = Meshes::tube(4, 1);
-  closed.addFace(0, 2, 1);
-  closed.addFace(0, 3, 2);
-  closed.addFace(4, 5, 6);
-  closed.addFace(4, 6, 7);
-  Set::Diagnosis const d = closed.getDiagnosis();
+  Set::Diagnosis const d = Meshes::cappedTube().getDiagnosis();
   EXPECT_TRUE(d.boundaryEdges == 0 && d.boundaryLoops == 0 && d.inconsistentEdges == 0);
 }
 

@@ -279,12 +279,8 @@ TEST(Orientation, CornersAndExtremesOfTheFlatBoundary) {
   EXPECT_EQ(Point(4, 2, 0), corners[2]);
   EXPECT_EQ(Point(0, 2, 0), corners[3]);
   // A closed surface has no boundary.
-  IndexedFaceSet closed = Meshes::tube(4, 1);
-  for (IndexedFaceSet::Face const f :
-       {IndexedFaceSet::Face{0, 2, 1}, {0, 3, 2}, {4, 5, 6}, {4, 6, 7}})
-    closed.addFace(f[0], f[1], f[2]);
   Mesh capped;
-  capped.construct(closed);
+  capped.construct(Meshes::cappedTube());
   EXPECT_EQ("No boundary found", errorOf([&] { capped.getExtremeBoundaryVertexIndices(); }));
   EXPECT_EQ("No boundary found", errorOf([&] { capped.getCorners(corners); }));
 }
