@@ -186,6 +186,9 @@ TEST(Orientation, DegenerateInputsFollowTheExhaustiveRules) {
   EXPECT_EQ(K, fastIndex({Flat(nan, 4)}));
   // A NaN first point makes every area NaN; later NaN points never widen a box.
   EXPECT_EQ(0u, fastIndex({Flat(nan, 0), Flat(1, 0), Flat(0, 2)}));
+  Cloud const same = {Flat(0.5, -2), Flat(0.5, -2), Flat(nan, 1), Flat(0.5, -2)};
+  EXPECT_EQ(K, exhaustiveIndex(same));
+  EXPECT_EQ(K, fastIndex(same));
   Cloud laterNaN = polygon(7, 1.0, Flat(0.5, 0), 0.2);
   laterNaN.insert(laterNaN.begin() + 3, Flat(nan, 1.0));
   laterNaN.push_back(Flat(0.0, nan));

@@ -248,18 +248,26 @@ std::uint32_t searchMinBBAreaIndex(std::vector<FlatPoint> const& points, Progres
     largest = std::max(largest, std::fabs(p.u) + std::fabs(p.v));
   if (std::isinf(largest))
     return searchExhaustively(points, stage);
-  // One point: every box is empty, the first candidate is kept and turned a quarter. A NaN first
-  // point makes every box, so every area, NaN: the first candidate is kept as it is.
-  if (n <= 1 || std::isnan(points[0].u) || std::isnan(points[0].v)) {
+  // Answers known without a search, after the stage's percentages: no points, nothing to turn;
+  // a NaN first point makes every box, so every area, NaN, and the first candidate is kept as it
+  // is; one point, or points all equal (NaN points aside), make every box empty, and the first
+  // candidate is kept and turned a quarter.
+  auto const known = [&](std::uint32_t index) {
     for (std::uint32_t j = 0; j < K; ++j)
       stage.step(j);
-    return n == 1 ? K : 0;
-  }
+    return index;
+  };
+  if (n == 0)
+    return known(0);
+  if (std::isnan(points[0].u) || std::isnan(points[0].v))
+    return known(n == 1 ? K : 0);
+  std::vector<FlatPoint> const hull = getConvexHull(points, largest);
+  if (hull.size() == 1)
+    return known(K);
 
   // Bounds on each candidate's area. The box's extents differ from the exact spread of the
   // turned points by the drift of its far corner (a few roundings of `largest` per point), and
   // that spread from the spread over the hull by the hull's and the turns' roundings.
-  std::vector<FlatPoint> const hull = getConvexHull(points, largest);
   Calipers calipers(hull);
   double const slack = 32.0 * (double(n) + 4.0) * roundoff * largest;
   std::vector<double> lower(K);
