@@ -25,8 +25,10 @@
 #include <QARN/Geometry/ThreeDimensional/QuadMesh/TransformedRectMesh.h>
 #include <QARN/Geometry/ThreeDimensional/Quaternion.h>
 #include <QARN/Geometry/ThreeDimensional/TriMesh/CutEdgeIndex.h>
+#include <QARN/Geometry/ThreeDimensional/TriMesh/CutMetric.h>
 #include <QARN/Geometry/ThreeDimensional/TriMesh/Edge.h>
 #include <QARN/Geometry/ThreeDimensional/TriMesh/FileContents.h>
+#include <QARN/Geometry/ThreeDimensional/TriMesh/IndexedFaceSet.h>
 #include <QARN/Geometry/ThreeDimensional/TriMesh/Map.h>
 #include <QARN/Geometry/ThreeDimensional/TriMesh/Mesh.h>
 #include <QARN/Geometry/ThreeDimensional/TriMesh/Triangle.h>

@@ -9,31 +9,6 @@ namespace trimeshtest {
 namespace {
 
 using Access = MeshTestAccess;
-constexpr std::uint32_t invalid = 0xFFFFFFFFu;
-
-/// Checks the neighbour invariants and the anchors.
-void expectConsistent(Mesh const& mesh, std::size_t triangleCount) {
-  auto const triangles = trianglesOf(mesh);
-  EXPECT_EQ(triangleCount, triangles.size());
-  for (Triangle* t : triangles)
-    for (int k = 0; k < 3; ++k) {
-      Edge const e = t->getEdge(k);
-      Triangle* const u = t->getAdjacentTriangle(k);
-      int const m = int(t->getAdjacentTriangleEdgeIndex(k));
-      if (u == nullptr) {
-        EXPECT_TRUE(e.isBoundary() && m == int(invalid) && e.sym() == Edge());
-        continue;
-      }
-      EXPECT_TRUE(u->getAdjacentTriangle(m) == t && int(u->getAdjacentTriangleEdgeIndex(m)) == k);
-      EXPECT_TRUE(e.org() == e.sym().dest() && e.dest() == e.sym().org() && e == e.sym().sym());
-      if (e.onext().getTriangle() != nullptr) {
-        EXPECT_EQ(e.org(), e.onext().org());
-        EXPECT_EQ(e, e.onext().oprev());
-      }
-    }
-  for (std::uint32_t v = 0; v < mesh.getNumberOfVertices(); ++v)
-    EXPECT_EQ(v, Access::arbitraryEdge(mesh, v).org());
-}
 
 /// Triangles met walking round v by the fan rule, and whether the walk closed.
 std::pair<int, bool> fanOf(Mesh const& mesh, std::uint32_t v) {

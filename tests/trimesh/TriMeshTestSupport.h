@@ -28,6 +28,19 @@ struct MeshTestAccess {
   }
   static void makeBoundary(Edge const& e) { e.makeBoundary(); }
   static TwoDimensional::BoundingBoxAA<double> box2D(Triangle const* t) { return t->getAABB2D(); }
+  static void permute(Mesh& m, std::vector<std::uint32_t> const& newIndexOfOld) {
+    m.permuteVertices(newIndexOfOld);
+  }
+  static Mesh::CutEdgeIndices& cuts(Mesh& m) { return m.cutEdgeIndices; }
+  static bool orient(Mesh& m) { return m.transformMinBBArea2D(); }
+  /// Appends floating vertices holding only the flat points.
+  static void addFlatPoints(Mesh& m, std::vector<TwoDimensional::Point<double>> const& points) {
+    for (auto const& p : points) {
+      Vertex v;
+      v.setPoint2D(p);
+      m.addVertex(v);
+    }
+  }
 };
 
 } // namespace QARN::Geometry::ThreeDimensional::TriMesh
@@ -104,6 +117,36 @@ inline Face cornersOf(Triangle const* t) {
   Face f;
   t->getVertexIndices(f[0], f[1], f[2]);
   return f;
+}
+
+/// Checks the neighbour invariants (each link returned, shared sides run opposite ways), that
+/// every corner names a vertex and that every vertex is anchored in a triangle holding it.
+inline void expectConsistent(Mesh const& mesh, std::size_t triangleCount) {
+  constexpr std::uint32_t invalid = 0xFFFFFFFFu;
+  auto const triangles = trianglesOf(mesh);
+  EXPECT_EQ(triangleCount, triangles.size());
+  for (Triangle* t : triangles)
+    for (int k = 0; k < 3; ++k) {
+      EXPECT_LT(t->getAdjacentVertexIndex(k), mesh.getNumberOfVertices());
+      Edge const e = t->getEdge(k);
+      Triangle* const u = t->getAdjacentTriangle(k);
+      int const m = int(t->getAdjacentTriangleEdgeIndex(k));
+      if (u == nullptr) {
+        EXPECT_TRUE(e.isBoundary() && m == int(invalid) && e.sym() == Edge());
+        continue;
+      }
+      EXPECT_TRUE(u->getAdjacentTriangle(m) == t && int(u->getAdjacentTriangleEdgeIndex(m)) == k);
+      EXPECT_TRUE(e.org() == e.sym().dest() && e.dest() == e.sym().org() && e == e.sym().sym());
+      if (e.onext().getTriangle() != nullptr) {
+        EXPECT_EQ(e.org(), e.onext().org());
+        EXPECT_EQ(e, e.onext().oprev());
+      }
+    }
+  for (std::uint32_t v = 0; v < mesh.getNumberOfVertices(); ++v) {
+    Edge const e = MeshTestAccess::arbitraryEdge(mesh, v);
+    ASSERT_NE(nullptr, e.getTriangle()) << "vertex " << v << " is floating";
+    EXPECT_EQ(v, e.org());
+  }
 }
 
 } // namespace trimeshtest

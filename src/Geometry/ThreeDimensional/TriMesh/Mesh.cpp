@@ -157,4 +157,35 @@ void Mesh::clean() {
   vertexTriangles = std::move(keptAnchors);
 }
 
+void Mesh::permuteVertices(std::vector<std::uint32_t> const& newIndexOfOld) {
+  std::uint32_t const n = getNumberOfVertices();
+  std::vector<std::uint32_t> oldIndexOfNew(n, noIndex);
+  if (newIndexOfOld.size() != n)
+    throw Exception("Invalid vertex permutation");
+  for (std::uint32_t i = 0; i < n; ++i) {
+    std::uint32_t const j = newIndexOfOld[i];
+    if (j >= n || oldIndexOfNew[j] != noIndex)
+      throw Exception("Invalid vertex permutation");
+    oldIndexOfNew[j] = i;
+  }
+  std::vector<Vertex> movedVertices;
+  std::vector<Triangle*> movedAnchors;
+  movedVertices.reserve(n);
+  movedAnchors.reserve(n);
+  for (std::uint32_t const i : oldIndexOfNew) {
+    movedVertices.push_back(vertices[i]);
+    movedAnchors.push_back(vertexTriangles[i]);
+  }
+  vertices = std::move(movedVertices);
+  vertexTriangles = std::move(movedAnchors);
+  for (std::size_t s = 0; s < triangleCount; ++s)
+    for (std::uint32_t& corner : getTriangleBySerial(s)->vertexIndices)
+      if (corner < n)
+        corner = newIndexOfOld[corner];
+  for (auto* cut : {&cutEdgeIndices.first, &cutEdgeIndices.second})
+    for (CutEdgeIndex& entry : *cut)
+      if (entry.index < n)
+        entry.index = newIndexOfOld[entry.index];
+}
+
 } // namespace QARN::Geometry::ThreeDimensional::TriMesh
