@@ -35,16 +35,26 @@ double det(Flat const& a, Flat const& b) {
   return a.u * b.v - a.v * b.u;
 }
 
-/// Positive when q lies left of the directed line a → b. Evaluated from the lexicographically
-/// smaller end, so that swapping a and b negates the value exactly: of two triangles sharing an
-/// edge, at least one finds a point of that edge on its inner side.
-double side(Flat const& a, Flat const& b, Flat const& q) {
-  bool const isSwapped = b.u < a.u || (b.u == a.u && b.v < a.v);
-  Flat const& low = isSwapped ? b : a;
-  Flat const& high = isSwapped ? a : b;
-  double const s = det(high - low, q - low);
-  return isSwapped ? -s : s;
-}
+/// Which side of the directed line a → b a point lies on. The determinant is evaluated from the
+/// lexicographically smaller end, so that the line b → a gives exactly its negation: of two
+/// triangles sharing an edge, at least one finds a point of that edge on its inner side.
+class LineSide {
+public:
+  LineSide(Flat const& a, Flat const& b)
+      : isSwapped(b.u < a.u || (b.u == a.u && b.v < a.v)), low(isSwapped ? b : a),
+        direction((isSwapped ? a : b) - low) {}
+
+  /// q lies on the line or to its left.
+  bool getIsOnOrLeft(Flat const& q) const {
+    double const s = det(direction, q - low);
+    return isSwapped ? s <= 0.0 : s >= 0.0;
+  }
+
+private:
+  bool isSwapped;
+  Flat low;
+  Flat direction;
+};
 
 /// The closed segments a–b and c–d have a point in common.
 bool getDoSegmentsMeet(Flat const& a, Flat const& b, Flat const& c, Flat const& d) {
@@ -202,12 +212,14 @@ void RectMesh::construct(TriMesh::Mesh const& mesh, double maxQuadArea, std::uin
       Point const& P0 = mesh.getVertex(c[0]).getPoint3D();
       Point const& P1 = mesh.getVertex(c[1]).getPoint3D();
       Point const& P2 = mesh.getVertex(c[2]).getPoint3D();
+      // Edge k runs from corner k + 1 to corner k + 2; they are tested from edge 0 on.
+      LineSide const edges[3] = {{Q1, Q2}, {Q2, Q0}, {Q0, Q1}};
       for (std::int64_t j = v0; j <= v1; ++j)
         for (std::int64_t i = u0; i <= u1; ++i) {
           // Each grid point's flat position comes from its own indices, so that every triangle
           // tests the very same position.
           Flat const q{static_cast<double>(i) * h, static_cast<double>(j) * h};
-          if (side(Q1, Q2, q) >= 0.0 && side(Q2, Q0, q) >= 0.0 && side(Q0, Q1, q) >= 0.0) {
+          if (edges[0].getIsOnOrLeft(q) && edges[1].getIsOnOrLeft(q) && edges[2].getIsOnOrLeft(q)) {
             double const l1 = det(q - Q0, Q2 - Q0) / flatArea;
             double const l2 = det(Q1 - Q0, q - Q0) / flatArea;
             setPoint(GridPoint(static_cast<int>(i), static_cast<int>(j)),

@@ -69,19 +69,24 @@ void RectMesh::extendBoundaryBasic(std::uint32_t parameter, std::uint32_t margin
   std::uint32_t const support = parameter == 0 ? defaultSupport : parameter;
   std::uint32_t const minimumSupport = std::min<std::uint32_t>(support, 2);
 
-  // The candidates: the invalid 8-neighbours of the border points, each once.
+  // The candidates: the invalid 8-neighbours of the border points, each once; a point of the
+  // grid with a ring of one point around it is numbered (v + 1)·(U + 3) + u + 1.
+  std::uint64_t const stride = std::uint64_t{extents.getdU()} + 3;
+  std::vector<bool> isCandidate(stride * (std::uint64_t{extents.getdV()} + 3), false);
   std::vector<std::pair<std::int64_t, std::int64_t>> candidates;
   for (Edge const& e : getBorderEdges()) {
     GridPoint const o = e.org();
     for (auto const& d : directions) {
       std::int64_t const u = std::int64_t{o.getU()} + d[0];
       std::int64_t const v = std::int64_t{o.getV()} + d[1];
-      if (!getIsValidAt(u, v))
-        candidates.emplace_back(v, u);
+      std::uint64_t const key =
+          static_cast<std::uint64_t>(v + 1) * stride + static_cast<std::uint64_t>(u + 1);
+      if (!getIsValidAt(u, v) && !isCandidate[key]) {
+        isCandidate[key] = true;
+        candidates.emplace_back(u, v);
+      }
     }
   }
-  std::sort(candidates.begin(), candidates.end());
-  candidates.erase(std::unique(candidates.begin(), candidates.end()), candidates.end());
 
   // Every new position is computed before any is stored, from the points valid before the layer.
   auto const isMarkedAt = [&](std::int64_t u, std::int64_t v) {
@@ -89,7 +94,7 @@ void RectMesh::extendBoundaryBasic(std::uint32_t parameter, std::uint32_t margin
   };
   std::vector<LayerPoint> layer;
   bool isPastRim = false;
-  for (auto const& [v, u] : candidates) {
+  for (auto const& [u, v] : candidates) {
     // Support of each direction: the number of consecutive valid points behind p, 0 when the
     // direction gives no source.
     std::uint32_t supports[8];
@@ -201,17 +206,20 @@ std::vector<Edge> RectMesh::getBorderEdges() {
     } while (e != start);
   };
   walkLoop(first);
+  // Only a valid point with an invalid point among its 8 neighbours (outside the grid counts as
+  // invalid) starts border edges.
   std::int64_t const U = std::min<std::int64_t>(extents.getdU(), maxExtent);
   std::int64_t const V = std::min<std::int64_t>(extents.getdV(), maxExtent);
-  for (std::int64_t v = 0; v <= V; ++v)
+  for (std::int64_t v = 0; v <= V; ++v) {
+    signed char const* const below = v > 0 ? flagRows[v - 1].get() : nullptr;
+    signed char const* const row = flagRows[v].get();
+    signed char const* const above = v < V ? flagRows[v + 1].get() : nullptr;
     for (std::int64_t u = 0; u <= U; ++u) {
-      // A border point is valid and has an invalid point among its 8 neighbours.
-      if (!getIsValidAt(u, v))
+      if ((row[u] & 1) == 0)
         continue;
-      bool isInner = true;
-      for (auto const& d : directions)
-        isInner = isInner && getIsValidAt(u + d[0], v + d[1]);
-      if (isInner)
+      if (below != nullptr && above != nullptr && u > 0 && u < U &&
+          (below[u - 1] & below[u] & below[u + 1] & row[u - 1] & row[u + 1] & above[u - 1] &
+           above[u] & above[u + 1] & 1) != 0)
         continue;
       for (std::uint32_t d = 0; d < 4; ++d) {
         Edge const e(this, GridPoint(static_cast<int>(u), static_cast<int>(v)),
@@ -220,6 +228,7 @@ std::vector<Edge> RectMesh::getBorderEdges() {
           walkLoop(e);
       }
     }
+  }
   return edges;
 }
 
