@@ -5,7 +5,9 @@
 
 #include <QARN/Geometry/ThreeDimensional/TriMesh/Mesh.h>
 
+#include <algorithm>
 #include <array>
+#include <cmath>
 #include <cstdint>
 #include <cstdio>
 #include <functional>
@@ -76,6 +78,30 @@ inline FlatMeshData latticePatch(int nu, int nv, double du, double dv,
       data.faces.push_back({a, c, d});
     }
   return data;
+}
+
+/// A strip of the cylinder of radius 5 about the z axis, 24 × 8 cells of 0.5, cut open along a
+/// generator: the first and last lattice columns are the two sides of the seam, and each
+/// vertex of the first is paired with the one of the last in the cut pairs.
+inline FlatMeshData cutCylinderStrip() {
+  int const nu = 24;
+  int const nv = 8;
+  FlatMeshData strip = latticePatch(nu, nv, 0.5, 0.5, [](double x, double y) {
+    return Point(5 * std::cos(x / 5), 5 * std::sin(x / 5), y);
+  });
+  for (int j = 0; j <= nv; ++j)
+    strip.cut.emplace_back(latticeIndex(nu, 0, j), latticeIndex(nu, nu, j));
+  return strip;
+}
+
+/// The largest u and the largest v of the valid points.
+inline GridPoint lastValidIndices(RectMesh const& m) {
+  GridPoint last;
+  for (int v = 0; v <= int(m.getExtents().getdV()); ++v)
+    for (int u = 0; u <= int(m.getExtents().getdU()); ++u)
+      if (m.getIsPointValid(GridPoint(u, v)))
+        last.set(std::max(last.getU(), u), std::max(last.getV(), v));
+  return last;
 }
 
 } // namespace QuadMeshTest

@@ -174,28 +174,12 @@ TEST(RectMeshConstruct, BorderFlagsCoverTheOuterBorderAndTheHoles) {
 }
 
 TEST(RectMeshConstruct, SeamPointsAreMarkedAndTheTrueBorderIsNot) {
-  // A cylinder strip of radius 5 cut open along a generator: the vertices of the first and
-  // last lattice column are the two sides of the seam.
-  int const nu = 24;
-  int const nv = 8;
-  FlatMeshData strip = latticePatch(nu, nv, 0.5, 0.5, [](double x, double y) {
-    return Point(5 * std::cos(x / 5), 5 * std::sin(x / 5), y);
-  });
-  for (int j = 0; j <= nv; ++j)
-    strip.cut.emplace_back(latticeIndex(nu, 0, j), latticeIndex(nu, nu, j));
   Mesh mesh;
-  loadFlatMesh(mesh, strip, "strip");
+  loadFlatMesh(mesh, cutCylinderStrip(), "strip");
   RectMesh m;
   m.construct(mesh, 0.04);
-
-  int lastU = 0;
-  int lastV = 0;
-  for (int v = 0; v <= int(m.getExtents().getdV()); ++v)
-    for (int u = 0; u <= int(m.getExtents().getdU()); ++u)
-      if (m.getIsPointValid(GridPoint(u, v))) {
-        lastU = std::max(lastU, u);
-        lastV = std::max(lastV, v);
-      }
+  int const lastU = lastValidIndices(m).getU();
+  int const lastV = lastValidIndices(m).getV();
   ASSERT_GT(lastU, 40);
   int marked = 0;
   for (int v = 0; v <= lastV; ++v)

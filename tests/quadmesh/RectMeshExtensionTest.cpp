@@ -2,6 +2,7 @@
 
 #include <QARN/Exception.h>
 #include <QARN/Geometry/ThreeDimensional/QuadMesh/Edge.h>
+#include <QARN/Geometry/ThreeDimensional/QuadMesh/LinearScaleRectMesh.h>
 
 #include <gtest/gtest.h>
 
@@ -139,6 +140,16 @@ TEST(RectMeshExtension, APlaneStaysExactlyAPlane) {
       }
   }
 
+  // A scaled mesh continues its stored points, so the new ones are reported scaled too.
+  QARN::Geometry::ThreeDimensional::QuadMesh::LinearScaleRectMesh scaled;
+  GridMesh window = flatGrid(8, 8);
+  keepWindow(window, 2, 6);
+  static_cast<RectMesh&>(scaled) = window;
+  scaled.setScale(2.0);
+  scaled.extendBoundary(Basic, 1, 0);
+  EXPECT_EQ(scaled.getPoint(GridPoint(1, 1)), Point(2, 2, 0));
+  EXPECT_EQ(scaled.getPoint(GridPoint(7, 4)), Point(14, 8, 0));
+
   // A tilted plane of irregular spacing: new points stay on it up to float storage.
   auto const tilted = [](int u, int v) {
     double const x = 0.37 * u + 0.05 * u * u;
@@ -244,22 +255,11 @@ TEST(RectMeshExtension, CylinderAndSphereContinueCloseToTheirSurfaces) {
 }
 
 TEST(RectMeshExtension, ConstructedCylinderIsNotExtendedAcrossItsSeam) {
-  int const nu = 24;
-  int const nv = 8;
-  FlatMeshData strip = latticePatch(nu, nv, 0.5, 0.5, [](double x, double y) {
-    return Point(5 * std::cos(x / 5), 5 * std::sin(x / 5), y);
-  });
-  for (int j = 0; j <= nv; ++j)
-    strip.cut.emplace_back(latticeIndex(nu, 0, j), latticeIndex(nu, nu, j));
   Mesh mesh;
-  loadFlatMesh(mesh, strip, "strip");
+  loadFlatMesh(mesh, cutCylinderStrip(), "strip");
   RectMesh m;
   m.construct(mesh, 0.04);
-  int lastU = 0;
-  for (int v = 0; v <= int(m.getExtents().getdV()); ++v)
-    for (int u = 0; u <= int(m.getExtents().getdU()); ++u)
-      if (m.getIsPointValid(GridPoint(u, v)))
-        lastU = std::max(lastU, u);
+  int const lastU = lastValidIndices(m).getU();
 
   m.extendBoundary(Basic, 3, 0);
   // The grid grew by three on every side; the seam columns are now 3 and lastU + 3.

@@ -166,6 +166,10 @@ FlatMesh readFlatMesh(TriMesh::Mesh const& mesh) {
   return m;
 }
 
+std::int64_t gridIndex(double x) {
+  return GridIndex::saturatingCast<std::int64_t>(x);
+}
+
 /// Number of quads along an axis of flat extent d at spacing h: d / h + 1 rounded half up.
 /// Throws when the grid's indices would not fit an int.
 std::uint32_t getQuadCount(double d, double h) {
@@ -175,25 +179,14 @@ std::uint32_t getQuadCount(double d, double h) {
   return static_cast<std::uint32_t>(count);
 }
 
-} // namespace
-
-void RectMesh::construct(TriMesh::Mesh const& mesh, double maxQuadArea, std::uint32_t maxMB) {
-  if (!std::isfinite(maxQuadArea) || maxQuadArea <= 0.0)
-    throw Exception("Invalid maximum quad area.");
-  FlatMesh const m = readFlatMesh(mesh);
-  double const h = std::sqrt(maxQuadArea / m.maxRatio);
-  if (!std::isfinite(h))
-    throw Exception("Invalid maximum quad area.");
-  std::uint32_t const U = getQuadCount(m.extent.getdU(), h);
-  std::uint32_t const V = getQuadCount(m.extent.getdV(), h);
-  if (getNumberOfMBs(U, V) > maxMB)
-    throw Exception("Quad-mesh grid too large.");
-  init(TwoDimensional::Vector<std::uint32_t>(U, V));
-
-  // Sampling: the grid points of each triangle's flat box, tested against its three edges.
-  auto const gridIndex = [](double x) { return GridIndex::saturatingCast<std::int64_t>(x); };
+/// Samples every triangle of positive flat area, in order, at the grid points of its flat box
+/// that lie inside it, edges and corners included.
+void sampleTriangles(RectMesh& grid, TriMesh::Mesh const& mesh, FlatMesh const& m, double h,
+                     ProgressListener* listener) {
+  std::int64_t const U = grid.getExtents().getdU();
+  std::int64_t const V = grid.getExtents().getdV();
   std::size_t const triangleCount = static_cast<std::size_t>(m.end - m.begin);
-  ProgressStage stage(progressListener, "Constructing quad-mesh...", triangleCount);
+  ProgressStage stage(listener, "Constructing quad-mesh...", triangleCount);
   for (std::size_t t = 0; t < triangleCount; ++t) {
     std::array<std::uint32_t, 3> const c = cornersOf(m.begin[static_cast<std::ptrdiff_t>(t)]);
     Flat const& Q0 = m.flat[c[0]];
@@ -222,29 +215,21 @@ void RectMesh::construct(TriMesh::Mesh const& mesh, double maxQuadArea, std::uin
           if (edges[0].getIsOnOrLeft(q) && edges[1].getIsOnOrLeft(q) && edges[2].getIsOnOrLeft(q)) {
             double const l1 = det(q - Q0, Q2 - Q0) / flatArea;
             double const l2 = det(Q1 - Q0, q - Q0) / flatArea;
-            setPoint(GridPoint(static_cast<int>(i), static_cast<int>(j)),
-                     Utility::bary(P0, P1, P2, 1.0 - l1 - l2, l1, l2));
+            grid.setPoint(GridPoint(static_cast<int>(i), static_cast<int>(j)),
+                          Utility::bary(P0, P1, P2, 1.0 - l1 - l2, l1, l2));
           }
         }
     }
     stage.step(t);
   }
+}
 
-  // Border loops and lone points.
-  std::vector<Edge> border;
-  try {
-    border = getBorderEdges();
-  } catch (Exception const&) {
-    clear();
-    throw;
-  }
-  for (Edge const& e : border)
-    setPointFlag(e.org(), Boundary, true);
-
-  // Seam: a Boundary point whose segment to an invalid 8-neighbour meets a seam edge.
-  static constexpr int neighbours[8][2] = {{1, 0},  {1, 1},   {0, 1},  {-1, 1},
-                                           {-1, 0}, {-1, -1}, {0, -1}, {1, -1}};
+/// Marks the Boundary points whose segment to an invalid 8-neighbour meets a seam edge.
+void markSeam(RectMesh& grid, FlatMesh const& m, double h) {
+  std::int64_t const U = grid.getExtents().getdU();
+  std::int64_t const V = grid.getExtents().getdV();
   for (auto const& [a, b] : m.seamEdges) {
+    // The edge in grid units.
     Flat const A{m.flat[a].u / h, m.flat[a].v / h};
     Flat const B{m.flat[b].u / h, m.flat[b].v / h};
     std::int64_t const iLow =
@@ -258,18 +243,50 @@ void RectMesh::construct(TriMesh::Mesh const& mesh, double maxQuadArea, std::uin
     for (std::int64_t j = jLow; j <= jHigh; ++j)
       for (std::int64_t i = iLow; i <= iHigh; ++i) {
         GridPoint const p(static_cast<int>(i), static_cast<int>(j));
-        if (!getPointFlag(p, Boundary))
+        if (!grid.getPointFlag(p, RectMesh::Boundary))
           continue;
         Flat const n{static_cast<double>(i), static_cast<double>(j)};
-        for (auto const& d : neighbours) {
+        for (auto const& d : GridIndex::neighbourOffsets) {
           Flat const o{n.u + d[0], n.v + d[1]};
-          if (!getIsValidAt(i + d[0], j + d[1]) && getDoSegmentsMeet(n, o, A, B)) {
-            setPointFlag(p, Marked, true);
+          if (!grid.getIsPointValid(GridPoint(p.getU() + d[0], p.getV() + d[1])) &&
+              getDoSegmentsMeet(n, o, A, B)) {
+            grid.setPointFlag(p, RectMesh::Marked, true);
             break;
           }
         }
       }
   }
+}
+
+} // namespace
+
+void RectMesh::construct(TriMesh::Mesh const& mesh, double maxQuadArea, std::uint32_t maxMB) {
+  if (!std::isfinite(maxQuadArea) || maxQuadArea <= 0.0)
+    throw Exception("Invalid maximum quad area.");
+  FlatMesh const m = readFlatMesh(mesh);
+  double const h = std::sqrt(maxQuadArea / m.maxRatio);
+  if (!std::isfinite(h))
+    throw Exception("Invalid maximum quad area.");
+  std::uint32_t const U = getQuadCount(m.extent.getdU(), h);
+  std::uint32_t const V = getQuadCount(m.extent.getdV(), h);
+  if (getNumberOfMBs(U, V) > maxMB)
+    throw Exception("Quad-mesh grid too large.");
+  init(TwoDimensional::Vector<std::uint32_t>(U, V));
+
+  sampleTriangles(*this, mesh, m, h, progressListener);
+
+  // Border loops and lone points.
+  std::vector<Edge> border;
+  try {
+    border = getBorderEdges();
+  } catch (Exception const&) {
+    clear();
+    throw;
+  }
+  for (Edge const& e : border)
+    setPointFlag(e.org(), Boundary, true);
+
+  markSeam(*this, m, h);
 
   // Interior: valid points on a valid quad that are not on the border; a valid point on no
   // valid quad is a border point of its own.

@@ -1,8 +1,9 @@
 #include <QARN/Exception.h>
 #include <QARN/Geometry/ThreeDimensional/QuadMesh/RectMesh.h>
 
+#include <Geometry/ThreeDimensional/QuadMesh/GridIndex.h>
+
 #include <algorithm>
-#include <array>
 #include <cstddef>
 #include <cstdint>
 #include <limits>
@@ -14,10 +15,8 @@ namespace {
 
 using GridPoint = TwoDimensional::Point<int>;
 
-/// Grid directions: the four axes first, then the four diagonals.
-constexpr int directions[8][2] = {{1, 0}, {0, 1},  {-1, 0},  {0, -1},
-                                  {1, 1}, {-1, 1}, {-1, -1}, {1, -1}};
-constexpr int axisDirections = 4;
+constexpr auto& directions = GridIndex::neighbourOffsets;
+constexpr int axisDirections = GridIndex::axisNeighbours;
 
 /// Largest number of points a source may use, and the default.
 constexpr std::uint32_t maxSupport = 4;
@@ -112,14 +111,19 @@ void RectMesh::extendBoundaryBasic(std::uint32_t parameter, std::uint32_t margin
       continue;
     bool const hasAxisSource =
         std::find(supports, supports + axisDirections, best) != supports + axisDirections;
+    // The stored points are continued, so that a derived mesh reports the new points
+    // transformed like the old ones.
     double sum[3] = {0.0, 0.0, 0.0};
     int sources = 0;
-    for (int k = hasAxisSource ? 0 : axisDirections; k < 8; ++k) {
-      if (supports[k] != best || (hasAxisSource && k >= axisDirections))
+    int const first = hasAxisSource ? 0 : axisDirections;
+    int const end = hasAxisSource ? axisDirections : 8;
+    for (int k = first; k < end; ++k) {
+      if (supports[k] != best)
         continue;
       for (std::uint32_t j = 0; j < best; ++j) {
-        Point const x = getPoint(GridPoint(static_cast<int>(u - (j + 1) * directions[k][0]),
-                                           static_cast<int>(v - (j + 1) * directions[k][1])));
+        std::int64_t const behind = j + 1;
+        Point const& x = pointRows[static_cast<std::size_t>(v - behind * directions[k][1])]
+                                  [u - behind * directions[k][0]];
         for (std::uint32_t i = 0; i < 3; ++i)
           sum[i] += extrapolationWeights[best - 1][j] * x.get(i);
       }

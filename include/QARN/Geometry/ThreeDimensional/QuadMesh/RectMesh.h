@@ -562,7 +562,8 @@ public:
   /// (up to float storage) and a uniformly spaced straight grid line stays one; with c = 3 a
   /// circle of radius R sampled every h is continued k steps with an error of about
   /// k(k + 1)(k + 2)·h³ / (6R²). Only points valid before the layer are read, so the result
-  /// does not depend on the order in which the layer is built.
+  /// does not depend on the order in which the layer is built. The stored points are continued,
+  /// so a derived mesh (a LinearScaleRectMesh) reports the new points transformed like the old.
   ///
   /// Seam: a Marked point is never a source, so the surface is not continued across a cut seam;
   /// a new point with a Marked 4-neighbour is Marked itself, so that the seam's barrier
