@@ -87,62 +87,76 @@ void RectMesh::extendBoundaryBasic(std::uint32_t parameter, std::uint32_t margin
     }
   }
 
-  // Every new position is computed before any is stored, from the points valid before the layer.
+  // Two steps: first the points with a source along a grid axis, from the points valid before
+  // the layer; then the others (the corners of the layer), which may use the first step's
+  // points. Within a step every position is computed before any is stored, so that the order
+  // of the candidates does not matter.
   auto const isMarkedAt = [&](std::int64_t u, std::int64_t v) {
     return getIsValidAt(u, v) && (flagRows[static_cast<std::size_t>(v)][u] & (1 << Marked)) != 0;
   };
-  std::vector<LayerPoint> layer;
-  bool isPastRim = false;
-  for (auto const& [u, v] : candidates) {
-    // Support of each direction: the number of consecutive valid points behind p, 0 when the
-    // direction gives no source.
-    std::uint32_t supports[8];
-    for (int k = 0; k < 8; ++k) {
-      std::int64_t const du = directions[k][0];
-      std::int64_t const dv = directions[k][1];
-      std::uint32_t c = 0;
-      if (!isMarkedAt(u - du, v - dv))
-        while (c < support && getIsValidAt(u - (c + 1) * du, v - (c + 1) * dv))
-          ++c;
-      supports[k] = c < minimumSupport ? 0 : c;
-    }
-    std::uint32_t const best = *std::max_element(supports, supports + 8);
-    if (best == 0)
-      continue;
-    bool const hasAxisSource =
-        std::find(supports, supports + axisDirections, best) != supports + axisDirections;
-    // The stored points are continued, so that a derived mesh reports the new points
-    // transformed like the old ones.
-    double sum[3] = {0.0, 0.0, 0.0};
-    int sources = 0;
-    int const first = hasAxisSource ? 0 : axisDirections;
-    int const end = hasAxisSource ? axisDirections : 8;
-    for (int k = first; k < end; ++k) {
-      if (supports[k] != best)
+  std::int64_t shift = 0;
+  for (bool const isAxisStep : {true, false}) {
+    std::vector<LayerPoint> layer;
+    bool isPastRim = false;
+    for (auto const& [cu, cv] : candidates) {
+      std::int64_t const u = cu + shift;
+      std::int64_t const v = cv + shift;
+      if (getIsValidAt(u, v))
         continue;
-      for (std::uint32_t j = 0; j < best; ++j) {
-        std::int64_t const behind = j + 1;
-        Point const& x = pointRows[static_cast<std::size_t>(v - behind * directions[k][1])]
-                                  [u - behind * directions[k][0]];
-        for (std::uint32_t i = 0; i < 3; ++i)
-          sum[i] += extrapolationWeights[best - 1][j] * x.get(i);
+      // Support of each direction: the number of consecutive valid points behind p, 0 when the
+      // direction gives no source.
+      std::uint32_t supports[8];
+      for (int k = 0; k < 8; ++k) {
+        std::int64_t const du = directions[k][0];
+        std::int64_t const dv = directions[k][1];
+        std::uint32_t c = 0;
+        if (!isMarkedAt(u - du, v - dv))
+          while (c < support && getIsValidAt(u - (c + 1) * du, v - (c + 1) * dv))
+            ++c;
+        supports[k] = c < minimumSupport ? 0 : c;
       }
-      ++sources;
+      std::uint32_t const best =
+          *std::max_element(supports, supports + (isAxisStep ? axisDirections : 8));
+      if (best == 0)
+        continue;
+      bool const hasAxisSource =
+          std::find(supports, supports + axisDirections, best) != supports + axisDirections;
+      // The stored points are continued, so that a derived mesh reports the new points
+      // transformed like the old ones.
+      double sum[3] = {0.0, 0.0, 0.0};
+      int sources = 0;
+      int const first = hasAxisSource ? 0 : axisDirections;
+      int const end = hasAxisSource ? axisDirections : 8;
+      for (int k = first; k < end; ++k) {
+        if (supports[k] != best)
+          continue;
+        for (std::uint32_t j = 0; j < best; ++j) {
+          std::int64_t const behind = j + 1;
+          Point const& x = pointRows[static_cast<std::size_t>(v - behind * directions[k][1])]
+                                    [u - behind * directions[k][0]];
+          for (std::uint32_t i = 0; i < 3; ++i)
+            sum[i] += extrapolationWeights[best - 1][j] * x.get(i);
+        }
+        ++sources;
+      }
+      bool const isMarked = isMarkedAt(u + 1, v) || isMarkedAt(u - 1, v) || isMarkedAt(u, v + 1) ||
+                            isMarkedAt(u, v - 1);
+      layer.push_back(
+          {u, v, Point(sum[0] / sources, sum[1] / sources, sum[2] / sources), isMarked});
+      isPastRim = isPastRim || !getIsInBounds(u, v);
     }
-    bool const isMarked = isMarkedAt(u + 1, v) || isMarkedAt(u - 1, v) || isMarkedAt(u, v + 1) ||
-                          isMarkedAt(u, v - 1);
-    layer.push_back({u, v, Point(sum[0] / sources, sum[1] / sources, sum[2] / sources), isMarked});
-    isPastRim = isPastRim || !getIsInBounds(u, v);
-  }
-
-  std::int64_t const shift = isPastRim ? margin : 0;
-  if (isPastRim)
-    enlargeDomain(margin);
-  for (LayerPoint const& x : layer) {
-    GridPoint const p(static_cast<int>(x.u + shift), static_cast<int>(x.v + shift));
-    setPoint(p, x.position);
-    if (x.isMarked)
-      setPointFlag(p, Marked, true);
+    // A layer grows the grid at most once: after that every candidate lies inside.
+    if (isPastRim) {
+      enlargeDomain(margin);
+      shift = margin;
+    }
+    for (LayerPoint const& x : layer) {
+      GridPoint const p(static_cast<int>(x.u + (isPastRim ? margin : 0)),
+                        static_cast<int>(x.v + (isPastRim ? margin : 0)));
+      setPoint(p, x.position);
+      if (x.isMarked)
+        setPointFlag(p, Marked, true);
+    }
   }
 }
 

@@ -552,18 +552,23 @@ public:
   /// anything changes: an algorithm other than Basic ("Unsupported boundary extension
   /// algorithm.") and a parameter above 4 ("Unsupported boundary extension parameter.").
   ///
-  /// One layer adds every invalid 8-neighbour p of a border point that has a source. A source
-  /// is a valid 8-neighbour n = p − d that is not Marked, with c consecutive valid points n,
-  /// n − d, n − 2d, ... on the grid line through p, c at most `parameter` (0 stands for 3) and
-  /// at least 2 (1 when parameter is 1). A source gives p as the next step of the polynomial
-  /// through its c points: n (c = 1), 2n − (n − d), 3n − 3(n − d) + (n − 2d), or
-  /// 4n − 6(n − d) + 4(n − 2d) − (n − 3d). p is the mean over its sources of the largest c,
-  /// grid axes before diagonals. These are affine combinations: a plane stays exactly a plane
-  /// (up to float storage) and a uniformly spaced straight grid line stays one; with c = 3 a
-  /// circle of radius R sampled every h is continued k steps with an error of about
-  /// k(k + 1)(k + 2)·h³ / (6R²). Only points valid before the layer are read, so the result
-  /// does not depend on the order in which the layer is built. The stored points are continued,
-  /// so a derived mesh (a LinearScaleRectMesh) reports the new points transformed like the old.
+  /// One layer adds the invalid 8-neighbours p of the border points that have a source. A
+  /// source is a valid 8-neighbour n = p − d that is not Marked, with c consecutive valid points
+  /// n, n − d, n − 2d, ... on the grid line through p, c at most `parameter` (0 stands for 3)
+  /// and at least 2 (1 when parameter is 1). It gives p as the next step of the polynomial
+  /// through those points: n (c = 1), 2n − (n − d), 3n − 3(n − d) + (n − 2d), or
+  /// 4n − 6(n − d) + 4(n − 2d) − (n − 3d); p is the mean over its sources of the largest c,
+  /// grid axes before diagonals. The layer is built in two steps: first the points with a
+  /// source along a grid axis, read from the points valid before the layer, then the others
+  /// (the layer's corners), which may read the first step's points; within a step every
+  /// position is computed before any is stored, so the result does not depend on the order of
+  /// the points. (Corners continued along diagonals instead make the layers diverge after a
+  /// few steps.) These are affine combinations: a plane stays a plane (exactly for exactly
+  /// represented points, else up to float rounding, which grows about as k³ over k layers) and
+  /// a uniformly spaced straight grid line stays one. With c = 3 a circle of radius R sampled
+  /// every h is continued k steps with an error of about k(k + 1)(k + 2)·h³ / (6R²), mostly
+  /// along the surface. The stored points are continued, so that a derived mesh (a
+  /// LinearScaleRectMesh) reports the new points transformed like the old.
   ///
   /// Seam: a Marked point is never a source, so the surface is not continued across a cut seam;
   /// a new point with a Marked 4-neighbour is Marked itself, so that the seam's barrier
