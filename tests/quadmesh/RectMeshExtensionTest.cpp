@@ -230,28 +230,25 @@ std::vector<double> extensionErrors(RectMesh const& mesh, int low, int high, int
 
 TEST(RectMeshExtension, CylinderAndSphereContinueCloseToTheirSurfaces) {
   // Radius 50, unit spacing: one quadratic step errs by about h³ / R² = 4e-4, k steps by
-  // k(k + 1)(k + 2)/6 times that.
+  // k(k + 1)(k + 2)/6 times that. Ten layers show that the corners do not diverge.
   RectMesh cylinder;
   ASSERT_TRUE(cylinder.setAsCylinderArc(50.0, 1.2, 60.0, 1.0, 100));
   auto const offCylinder = [](Point const& x) {
     return std::abs(std::hypot(x.getX(), x.getY()) - 50.0);
   };
-  std::vector<double> const cylinderErrors = extensionErrors(cylinder, 20, 39, 5, 0, offCylinder);
+  std::vector<double> const cylinderErrors = extensionErrors(cylinder, 20, 39, 10, 0, offCylinder);
   RectMesh sphere;
   ASSERT_TRUE(sphere.setAsSphereArcStereographic(50.0, 1.0, 1.0, 100));
   int const pole = int(sphere.getExtents().getdU()) / 2;
   auto const offSphere = [](Point const& x) {
-    return std::abs(std::sqrt(x.getX() * x.getX() + x.getY() * x.getY() + x.getZ() * x.getZ()) -
-                    50.0);
+    return std::abs(std::hypot(std::hypot(x.getX(), x.getY()), x.getZ()) - 50.0);
   };
   std::vector<double> const sphereErrors =
-      extensionErrors(sphere, pole - 10, pole + 10, 5, 0, offSphere);
-  for (int k = 1; k <= 5; ++k) {
+      extensionErrors(sphere, pole - 10, pole + 10, 10, 0, offSphere);
+  for (int k = 1; k <= 10; ++k) {
     double const bound = k * (k + 1) * (k + 2) / 6.0 * 4e-4 + 1e-5;
     EXPECT_LT(cylinderErrors[k - 1], bound) << "cylinder layer " << k;
     EXPECT_LT(sphereErrors[k - 1], bound) << "sphere layer " << k;
-    std::printf("layer %d: cylinder %.3g, sphere %.3g (bound %.3g)\n", k, cylinderErrors[k - 1],
-                sphereErrors[k - 1], bound);
   }
 }
 
