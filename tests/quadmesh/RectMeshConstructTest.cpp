@@ -98,30 +98,6 @@ TEST(RectMeshConstruct, SpacingIsTheRootOfTheAreaOverTheLargestAreaRatio) {
   }
 }
 
-TEST(RectMeshConstruct, PointsOutsideEveryTriangleStayInvalidWithoutFlags) {
-  FlatMeshData triangle;
-  triangle.points = {Point(0, 0, 0), Point(1, 0, 0), Point(0, 1, 0)};
-  triangle.flat = {{0, 0}, {1, 0}, {0, 1}};
-  triangle.faces = {{0, 1, 2}};
-  Mesh mesh;
-  loadFlatMesh(mesh, triangle, "triangle");
-  RectMesh m;
-  m.construct(mesh, 0.01);
-  ASSERT_EQ(m.getExtents(), Extents(11, 11));
-  for (int v = 0; v <= 11; ++v)
-    for (int u = 0; u <= 11; ++u) {
-      GridPoint const p(u, v);
-      // On the hypotenuse (u + v = 10) either answer is right: the flat positions round.
-      if (u + v < 10) {
-        EXPECT_TRUE(m.getIsPointValid(p)) << u << ", " << v;
-      }
-      if (u + v > 10) {
-        EXPECT_EQ(m.getPointFlags(p), 0) << u << ", " << v;
-      }
-      EXPECT_EQ(m.getPointFlags(p), expectedRegionFlags(m, u, v)) << u << ", " << v;
-    }
-}
-
 TEST(RectMeshConstruct, GridPointsOnSharedEdgesAndCornersAreAllSampled) {
   // A square of 20 × 20 quads of spacing 0.1 triangulated with vertices on grid points, so that
   // edges pass through grid points: (3, 9) and (6, 8) on C–P, (14, 11) on P–Q, where the side
@@ -294,6 +270,16 @@ TEST(RectMeshConstruct, BadInputIsRefusedWithAClearMessage) {
                "point");
   EXPECT_EQ(constructError(point, 0.01), "Triangle mesh has no surface area.");
 
+  // A refused argument leaves the grid as it was; a mesh smaller than a quad samples a point
+  // but no quad, has no border to walk and leaves the grid empty.
+  RectMesh m;
+  m.construct(square, 0.01);
+  EXPECT_THROW(m.construct(square, -1.0), QARN::Exception);
+  EXPECT_EQ(m.getExtents(), Extents(11, 11));
+  EXPECT_EQ(messageOf<QARN::Exception>([&] { m.construct(square, 100.0); }), "No boundary found");
+  EXPECT_EQ(m.getExtents(), Extents(0, 0));
+  EXPECT_FALSE(m.getIsPointValid(GridPoint(0, 0)));
+
   square.getVertex(2).setPoint2D({1.0, std::nan("")});
   EXPECT_EQ(constructError(square, 0.01), "Triangle mesh has non-finite coordinates.");
   Mesh cut;
@@ -301,21 +287,6 @@ TEST(RectMeshConstruct, BadInputIsRefusedWithAClearMessage) {
   badCut.cut = {{0, 9}};
   loadFlatMesh(cut, badCut, "badcut");
   EXPECT_EQ(constructError(cut, 0.01), "Invalid cut-edge vertex index.");
-}
-
-TEST(RectMeshConstruct, AFailureLeavesTheMeshAsItWasOrEmpty) {
-  Mesh square;
-  loadFlatMesh(square, latticePatch(1, 1, 1.0, 1.0, plane), "square");
-  RectMesh m;
-  m.construct(square, 0.01);
-  EXPECT_THROW(m.construct(square, -1.0), QARN::Exception);
-  EXPECT_EQ(m.getExtents(), Extents(11, 11));
-  EXPECT_TRUE(m.getIsPointValid(GridPoint(10, 10)));
-
-  // A mesh smaller than a quad samples a point but no quad: no border to walk.
-  EXPECT_EQ(messageOf<QARN::Exception>([&] { m.construct(square, 100.0); }), "No boundary found");
-  EXPECT_EQ(m.getExtents(), Extents(0, 0));
-  EXPECT_FALSE(m.getIsPointValid(GridPoint(0, 0)));
 }
 
 TEST(RectMeshConstruct, ValidQuadsOnlyAboveRowUAreNotFound) {
