@@ -68,6 +68,22 @@ TEST(RectMeshConstruct, UnitSquareGivesTwelveByTwelvePointsAtTheirFlatPositions)
   EXPECT_FALSE(m.getSearchPoints().empty());
   EXPECT_EQ(m.getMeshName(), "square");
   EXPECT_EQ(m.getFileName(), "square.quads");
+
+  // The grid is laid from the low corner of the flat box, wherever the flat mesh lies.
+  for (std::uint32_t i = 0; i < 4; ++i) {
+    auto const q = square.getVertex(i).getPoint2D();
+    square.getVertex(i).setPoint2D({q.getU() + 5.0, q.getV() - 7.0});
+  }
+  RectMesh moved;
+  moved.construct(square, 0.01);
+  for (int v = 0; v <= 11; ++v)
+    for (int u = 0; u <= 11; ++u) {
+      GridPoint const p(u, v);
+      ASSERT_EQ(moved.getPointFlags(p), m.getPointFlags(p)) << u << ", " << v;
+      if (m.getIsPointValid(p)) {
+        EXPECT_EQ(moved.getPoint(p), m.getPoint(p)) << u << ", " << v;
+      }
+    }
 }
 
 TEST(RectMeshConstruct, SpacingIsTheRootOfTheAreaOverTheLargestAreaRatio) {
