@@ -9,6 +9,7 @@
 #include <QARN/Geometry/ThreeDimensional/LinearMap.h>
 #include <QARN/Geometry/ThreeDimensional/Plane.h>
 #include <QARN/Geometry/ThreeDimensional/Point.h>
+#include <QARN/Geometry/ThreeDimensional/QuadMesh/BoundaryExtensionAlgorithm.h>
 #include <QARN/Geometry/ThreeDimensional/QuadMesh/CanonicalAxis.h>
 #include <QARN/Geometry/ThreeDimensional/QuadMesh/CanonicalPlane.h>
 #include <QARN/Geometry/ThreeDimensional/QuadMesh/Edge.h>

@@ -7,6 +7,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cmath>
 #include <functional>
 #include <string>
@@ -198,6 +199,34 @@ TEST(RectMeshDerived, StatisticsAndAreaHistogram) {
   mesh.setPointValidity(GridPoint(1, 1), false);
   mesh.getSubSampled(RectMesh::SampleStep, 1, copy);
   EXPECT_EQ(Areas({0, 0, 0}), statistics()); // no valid quad left
+}
+
+TEST(RectMeshDerived, StatisticsMatchThePlainSumOfQuadAreasBitForBit) {
+  GridMesh mesh(40, 30, [](int u, int v) {
+    return Point(u + 0.3 * std::sin(v), v + 0.1 * u * u / 7.0,
+                 5 * std::cos(0.3 * u) * std::sin(0.2 * v));
+  });
+  for (int k = 0; k < 60; ++k)
+    mesh.setPointValidity(GridPoint((k * 37) % 41, (k * 11) % 31), false);
+  double largest = 0, smallest = 0, sum = 0;
+  int count = 0;
+  for (int v = 0; v < 30; ++v)
+    for (int u = 0; u < 40; ++u) {
+      GridPoint const p(u, v);
+      if (!mesh.getIsQuadValid(p))
+        continue;
+      double const area = 0.5 * std::sqrt(mesh.getQuadNormalVector(p, true).lSqr()) +
+                          0.5 * std::sqrt(mesh.getQuadNormalVector(p, false).lSqr());
+      EXPECT_EQ(mesh.getQuadArea(p), area);
+      largest = count == 0 ? area : std::max(largest, area);
+      smallest = count == 0 ? area : std::min(smallest, area);
+      sum += area;
+      ++count;
+    }
+  RectMesh copy;
+  mesh.getSubSampled(RectMesh::SampleStep, 1, copy);
+  EXPECT_EQ(Areas({largest, sum / count, smallest}),
+            Areas({copy.getMaxQuadArea(), copy.getMeanQuadArea(), copy.getMinQuadArea()}));
 }
 
 TEST(RectMeshDerived, ArrayStripes) {

@@ -36,6 +36,12 @@ inline int clampToInt(std::int64_t x) {
                                                    std::numeric_limits<int>::max()));
 }
 
+/// The offsets (du, dv) of a grid point's 8 neighbours: the four axes, then the four diagonals.
+constexpr int neighbourOffsets[8][2] = {{1, 0}, {0, 1},  {-1, 0},  {0, -1},
+                                        {1, 1}, {-1, 1}, {-1, -1}, {1, -1}};
+/// The number of axis offsets at the start of neighbourOffsets.
+constexpr int axisNeighbours = 4;
+
 } // namespace QARN::Geometry::ThreeDimensional::QuadMesh::GridIndex
 
 #endif

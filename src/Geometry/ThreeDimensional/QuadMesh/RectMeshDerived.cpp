@@ -17,6 +17,17 @@ double RectMesh::round(double x) const {
   return GridIndex::roundHalfUp(x);
 }
 
+namespace {
+
+/// Area of the quad with the corners c0 = P(p), c1 = P(p + (1, 0)), c2 = P(p + (1, 1)) and
+/// c3 = P(p + (0, 1)): half the length of each of its triangle normals about the diagonal c0 → c2.
+double getQuadAreaOf(Point const& c0, Point const& c1, Point const& c2, Point const& c3) {
+  return 0.5 * std::sqrt((c1 - c0).cross(c2 - c0).lSqr()) +
+         0.5 * std::sqrt((c2 - c0).cross(c3 - c0).lSqr());
+}
+
+} // namespace
+
 void RectMesh::getMaxMeanMinQuadSize(double* max, double* mean, double* min) const {
   double largest = 0.0;
   double smallest = 0.0;
@@ -26,12 +37,25 @@ void RectMesh::getMaxMeanMinQuadSize(double* max, double* mean, double* min) con
   std::int64_t const V = extents.getdV();
   std::int64_t const lastU = std::min<std::int64_t>(U - 1, std::numeric_limits<int>::max() - 1);
   std::int64_t const lastV = std::min<std::int64_t>(V - 1, std::numeric_limits<int>::max() - 1);
-  for (std::int64_t v = 0; v <= lastV; ++v)
+  auto const at = [this](std::int64_t u, std::int64_t v) {
+    return getPoint(TwoDimensional::Point<int>(static_cast<int>(u), static_cast<int>(v)));
+  };
+  for (std::int64_t v = 0; v <= lastV; ++v) {
+    // The right corners of a valid quad are the left corners of the next one.
+    bool hasLeft = false;
+    Point right0;
+    Point right1;
     for (std::int64_t u = 0; u <= lastU; ++u) {
-      if (!getIsQuadValidAt(u, v))
+      if (!getIsQuadValidAt(u, v)) {
+        hasLeft = false;
         continue;
-      double const area =
-          getQuadArea(TwoDimensional::Point<int>(static_cast<int>(u), static_cast<int>(v)));
+      }
+      Point const c0 = hasLeft ? right0 : at(u, v);
+      Point const c3 = hasLeft ? right1 : at(u, v + 1);
+      right0 = at(u + 1, v);
+      right1 = at(u + 1, v + 1);
+      hasLeft = true;
+      double const area = getQuadAreaOf(c0, right0, right1, c3);
       if (count == 0 || area > largest)
         largest = area;
       if (count == 0 || area < smallest)
@@ -39,14 +63,18 @@ void RectMesh::getMaxMeanMinQuadSize(double* max, double* mean, double* min) con
       sum += area;
       ++count;
     }
+  }
   *max = largest;
   *mean = count > 0 ? sum / static_cast<double>(count) : 0.0;
   *min = smallest;
 }
 
 double RectMesh::getQuadArea(TwoDimensional::Point<int> const& p) const {
-  return 0.5 * std::sqrt(getQuadNormalVector(p, true).lSqr()) +
-         0.5 * std::sqrt(getQuadNormalVector(p, false).lSqr());
+  auto const at = [&](std::int64_t du, std::int64_t dv) {
+    return getPoint(TwoDimensional::Point<int>(GridIndex::clampToInt(p.getU() + du),
+                                               GridIndex::clampToInt(p.getV() + dv)));
+  };
+  return getQuadAreaOf(at(0, 0), at(1, 0), at(1, 1), at(0, 1));
 }
 
 namespace {
@@ -69,7 +97,6 @@ void copyPoint(RectMesh const& source, GridPoint const& from, RectMesh& target,
   target.setPointFlags(to, source.getPointFlags(from));
 }
 
-/// Area of the quad at p: its two triangles about the diagonal p → p + (1, 1).
 /// Distance of x from the straight line through a and b, or from a when a and b coincide.
 double getDistanceFromLine(Point const& x, Point const& a, Point const& b) {
   Vector const ab = b - a;

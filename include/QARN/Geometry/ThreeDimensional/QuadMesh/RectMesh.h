@@ -4,6 +4,7 @@
 #include <QARN/Geometry/ThreeDimensional/AffineMap.h>
 #include <QARN/Geometry/ThreeDimensional/BoundingBoxAA.h>
 #include <QARN/Geometry/ThreeDimensional/Point.h>
+#include <QARN/Geometry/ThreeDimensional/QuadMesh/BoundaryExtensionAlgorithm.h>
 #include <QARN/Geometry/ThreeDimensional/QuadMesh/CanonicalAxis.h>
 #include <QARN/Geometry/ThreeDimensional/QuadMesh/CanonicalPlane.h>
 #include <QARN/Geometry/ThreeDimensional/QuadMesh/Edge.h>
@@ -25,6 +26,10 @@
 #include <string>
 #include <utility>
 #include <vector>
+
+namespace QARN::Geometry::ThreeDimensional::TriMesh {
+class Mesh;
+} // namespace QARN::Geometry::ThreeDimensional::TriMesh
 
 namespace QARN::Geometry::ThreeDimensional::QuadMesh {
 
@@ -489,6 +494,119 @@ private:
                             Vector const& directionV, double axialFactor, double lateralOffset,
                             TwoDimensional::Point<int> const& quadIndices, Point& centrePoint,
                             Point& pointU1, Point& pointV1, Point& pointU2, Point& pointV2) const;
+
+public:
+  // ---- Construction from a flattened triangle mesh, and boundary extension ----
+  //
+  // A border edge has a valid quad on its left and an invalid one (or none: quads outside the
+  // grid count as invalid) on its right; border points are the origins of border edges, i.e.
+  // the valid points that are corners of both a valid and an invalid quad.
+
+  /// Replaces the grid by a sampling of a flattened triangle mesh, whose vertices carry their
+  /// 3-D points and their 2-D points in the scan plane (triangles counter-clockwise in 2-D).
+  ///
+  /// Spacing h = √(maxQuadArea / r), r the largest ratio of surface area to flat area over the
+  /// triangles, so that no flat h × h square covers more than maxQuadArea of surface. U and V
+  /// are B.d / h + 1 rounded half up, B the box of the vertices' flat points, and grid point
+  /// (i, j) stands for the flat position B.p + (i·h, j·h) (B.p is the origin for a mesh in its
+  /// canonical flat position). Triangle by triangle, in the order of Mesh::getTriangles, every
+  /// grid point of the triangle's flat box that lies inside it, edges and corners included,
+  /// receives the barycentric interpolation of its 3-D corners; a later triangle overwrites an
+  /// earlier one's value at a shared point. The side test of an edge is exactly antisymmetric,
+  /// so a grid point on an edge shared by two triangles is always sampled, and a grid point on a
+  /// corner receives that corner's 3-D point exactly. Triangles without positive flat area
+  /// (folded or degenerate) give no samples and no ratio; a non-finite ratio is left out.
+  ///
+  /// Flags: the points of every border loop (walked from getBoundaryEdge, then the loops it
+  /// does not reach) and the valid points on no valid quad receive Boundary, every other valid
+  /// point Interior. A Boundary point whose outside lies across the cut seam also receives
+  /// Marked: the segment to one of its invalid 8-neighbours meets a seam edge, that is a
+  /// boundary edge of the triangle mesh whose two vertices both appear in its cut pairs (a pair
+  /// of two equal indices, like the (0, 0) that ends a loaded cut file, is ignored). The true
+  /// border is not Marked, except where it meets the seam. Quad-area statistics and search
+  /// points are rebuilt and the next search starts afresh.
+  ///
+  /// Names: meshName becomes the triangle mesh's file name and fileName that name plus
+  /// ".quads"; an empty file name (a mesh not loaded from a file) leaves both. Progress:
+  /// "Constructing quad-mesh...", then (i·100)/n + 1 after triangle i (from 0) of n, when it
+  /// changes.
+  ///
+  /// Failures, each leaving the mesh as it was unless said otherwise:
+  /// - "Invalid maximum quad area.": maxQuadArea is not finite and positive, or so large for
+  ///   the mesh that h is not finite;
+  /// - "Empty triangle mesh.": no vertex or no triangle;
+  /// - "Triangle mesh has non-finite coordinates.": a vertex's 2-D or 3-D point;
+  /// - "Invalid cut-edge vertex index.": a cut pair names a vertex beyond the vertex count;
+  /// - "Triangle mesh is not flattened.": no triangle has a positive flat area (for instance a
+  ///   mesh loaded without 2-D points);
+  /// - "Triangle mesh has no surface area.": none of those has a positive surface area;
+  /// - "Quad-mesh grid too large.": the grid's indices would not fit an int, or its memory
+  ///   estimate (getNumberOfMBs, 25 bytes a point) exceeds maxMB; nothing is allocated;
+  /// - "Insufficient memory to initialise quad-mesh." (init) leaves the mesh empty;
+  /// - "No boundary found" (getBoundaryEdge) leaves the mesh empty: no quad came out valid (a
+  ///   mesh smaller than a quad), or every valid quad lies in a row above U, beyond the rows
+  ///   getBoundaryEdge scans (possible when V > U; kept deliberately).
+  void construct(TriMesh::Mesh const& mesh, double maxQuadArea, std::uint32_t maxMB = 8192);
+
+  /// Grows the valid region by numberOfLayers layers of extrapolated points. Refused before
+  /// anything changes: an algorithm other than Basic ("Unsupported boundary extension
+  /// algorithm.") and a parameter above 4 ("Unsupported boundary extension parameter.").
+  ///
+  /// One layer adds the invalid 8-neighbours p of the border points that have a source. A
+  /// source is a valid 8-neighbour n = p − d that is not Marked, with c consecutive valid points
+  /// n, n − d, n − 2d, ... on the grid line through p, c at most `parameter` (0 stands for 3)
+  /// and at least 2 (1 when parameter is 1). It gives p as the next step of the polynomial
+  /// through those points: n (c = 1), 2n − (n − d), 3n − 3(n − d) + (n − 2d), or
+  /// 4n − 6(n − d) + 4(n − 2d) − (n − 3d); p is the mean over its sources of the largest c,
+  /// grid axes before diagonals. The layer is built in two steps: first the points with a
+  /// source along a grid axis, read from the points valid before the layer, then the others
+  /// (the layer's corners), which may read the first step's points; within a step every
+  /// position is computed before any is stored, so the result does not depend on the order of
+  /// the points. (Corners continued along diagonals instead make the layers diverge after a
+  /// few steps.) These are affine combinations: a plane stays a plane (exactly for exactly
+  /// represented points, else up to float rounding, which grows about as k³ over k layers) and
+  /// a uniformly spaced straight grid line stays one. With c = 3 a circle of radius R sampled
+  /// every h is continued k steps with an error of about k(k + 1)(k + 2)·h³ / (6R²), mostly
+  /// along the surface. The stored points are continued, so that a derived mesh (a
+  /// LinearScaleRectMesh) reports the new points transformed like the old.
+  ///
+  /// Seam: a Marked point is never a source, so the surface is not continued across a cut seam;
+  /// a new point with a Marked 4-neighbour is Marked itself, so that the seam's barrier
+  /// continues through the layers. New points are stored with setPoint: valid, without the
+  /// Interior and Boundary bits (getIsInteriorNonExtendedPoint tells them apart).
+  ///
+  /// When a layer reaches past the rim, enlargeDomain grows the grid by the number of layers
+  /// still to add (this one included), so a call grows it at most once; every point's indices
+  /// then shift by that margin (the offset is not changed) and the next search starts afresh.
+  /// Quad-area statistics and search points are rebuilt at the end (not for zero layers).
+  /// Progress: "Extending quad-mesh boundary...", then (i·100)/numberOfLayers before layer i
+  /// when it changes, then 100. A mesh without a border edge in the rows getBoundaryEdge scans
+  /// throws its "No boundary found" before any change; enlargeDomain's failure leaves the layers
+  /// added before it.
+  void extendBoundary(BoundaryExtensionAlgorithm algorithm, std::uint32_t numberOfLayers,
+                      std::uint32_t parameter);
+
+private:
+  /// One layer of extendBoundary; a layer that reaches past the rim first grows the grid by
+  /// margin on every side.
+  void extendBoundaryBasic(std::uint32_t parameter, std::uint32_t margin = 1);
+  /// Grows the grid by margin on every side: point (u, v) and its flag byte move to
+  /// (u + margin, v + margin), the new points are invalid. Statistics and search points are
+  /// rebuilt. Throws "Insufficient memory to initialise quad-mesh." when the grid cannot be
+  /// had or its indices would not fit an int, leaving the mesh as it was.
+  void enlargeDomain(std::uint32_t margin);
+  /// The first border edge in a scan of the points (u, v), v outer and u inner, both from 0
+  /// to U: the rows are bounded by U + 1 like the columns, a kept quirk (with V > U the rows
+  /// above U are not searched). At each point the four edges of the quad it is the lowest
+  /// corner of are tried counter-clockwise from the right one, as rot() turns them. Throws
+  /// "No boundary found".
+  Edge getBoundaryEdge();
+  /// Edge(this, p, PositiveU).
+  Edge getVertexArbitraryEdge(TwoDimensional::Point<int> const& p);
+  /// Every border edge, loop by loop with the valid region on the left (a walk turns as far
+  /// left as it can): first the loop of getBoundaryEdge, whose throw it passes on, then the
+  /// loops that one misses, in v-major order of their first edge.
+  std::vector<Edge> getBorderEdges();
 };
 
 } // namespace QARN::Geometry::ThreeDimensional::QuadMesh
