@@ -45,7 +45,7 @@ TEST(RectMeshConstruct, UnitSquareGivesTwelveByTwelvePointsAtTheirFlatPositions)
   m.setProgressListener(&log);
   m.construct(square, 0.01);
 
-  EXPECT_EQ(log.log, "Constructing quad-mesh... 1 51 ");
+  EXPECT_EQ(log.log, "Constructing quad-mesh... 51 101 ");
   ASSERT_EQ(m.getExtents(), Extents(11, 11));
   for (int v = 0; v <= 11; ++v)
     for (int u = 0; u <= 11; ++u) {

@@ -220,7 +220,7 @@ void sampleTriangles(RectMesh& grid, TriMesh::Mesh const& mesh, FlatMesh const& 
           }
         }
     }
-    stage.step(t);
+    stage.step(t + 1);
   }
 }
 

@@ -528,8 +528,8 @@ public:
   ///
   /// Names: meshName becomes the triangle mesh's file name and fileName that name plus
   /// ".quads"; an empty file name (a mesh not loaded from a file) leaves both. Progress:
-  /// "Constructing quad-mesh...", then (i·100)/n + 1 after triangle i (from 0) of n, when it
-  /// changes.
+  /// "Constructing quad-mesh...", then (d·100)/n + 1 after each triangle, d being the number
+  /// of triangles done (so the last value is 101), when it changes.
   ///
   /// Failures, each leaving the mesh as it was unless said otherwise:
   /// - "Invalid maximum quad area.": maxQuadArea is not finite and positive, or so large for
