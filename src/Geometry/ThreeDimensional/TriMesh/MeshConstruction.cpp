@@ -81,11 +81,6 @@ void Mesh::removeFanEntry(std::uint32_t v, Triangle* triangle) {
   }
 }
 
-// The new triangle (d, o, z) lies across the boundary edge o->d of triangle t. It is also glued
-// to the triangle holding the boundary edge z->o (P0) and to the one holding d->z (P1) where they
-// exist. Round o, the new triangle comes first, before t; round d, after t and before P1; round z,
-// after P1 and before P0. Where it joins two fans of a vertex, the entry that no longer starts a
-// fan leaves the list; a fan it closes needs no entry, but a vertex always keeps one.
 bool Mesh::addBoundaryTriangle(Edge const& edge, std::int32_t vertexIndex) {
   Triangle* const across = edge.getTriangle();
   if (across == nullptr || across->mesh != this || !edge.isBoundary())
@@ -101,31 +96,44 @@ bool Mesh::addBoundaryTriangle(Edge const& edge, std::int32_t vertexIndex) {
   Edge fromDest;
   bool const hasToOrg = !floating && getBoundaryEdgeFromFans(z, o, &toOrg);
   bool const hasFromDest = !floating && getBoundaryEdgeFromFans(d, z, &fromDest);
+  attachTriangle(edge, z, hasToOrg ? &toOrg : nullptr, hasFromDest ? &fromDest : nullptr);
+  return true;
+}
 
+// The new triangle (d, o, z) lies across the boundary edge o->d of triangle t. It is also glued
+// to the triangle holding the boundary edge z->o (P0) and to the one holding d->z (P1) where they
+// exist. Round o, the new triangle comes first, before t; round d, after t and before P1; round z,
+// after P1 and before P0. Where it joins two fans of a vertex, the entry that no longer starts a
+// fan leaves the list; a fan it closes needs no entry, but a vertex always keeps one.
+void Mesh::attachTriangle(Edge const& edge, std::uint32_t z, Edge const* toOrg,
+                          Edge const* fromDest) {
+  Triangle* const across = edge.getTriangle();
+  std::uint32_t const o = edge.org();
+  std::uint32_t const d = edge.dest();
+  bool const floating = vertexTriangles[z] == nullptr;
   Triangle* const triangle = createTriangle(d, o, z);
   triangle->connect(2, across, edge.getTriangleEdgeIndex());
-  if (hasToOrg)
-    triangle->connect(0, toOrg.getTriangle(), toOrg.getTriangleEdgeIndex());
-  if (hasFromDest)
-    triangle->connect(1, fromDest.getTriangle(), fromDest.getTriangleEdgeIndex());
+  if (toOrg != nullptr)
+    triangle->connect(0, toOrg->getTriangle(), toOrg->getTriangleEdgeIndex());
+  if (fromDest != nullptr)
+    triangle->connect(1, fromDest->getTriangle(), fromDest->getTriangleEdgeIndex());
 
-  if (hasToOrg)
+  if (toOrg != nullptr)
     removeFanEntry(o, across);
   else
     replaceFanEntry(o, across, triangle);
-  if (hasFromDest)
-    removeFanEntry(d, fromDest.getTriangle());
+  if (fromDest != nullptr)
+    removeFanEntry(d, fromDest->getTriangle());
   if (floating)
     vertexTriangles[z] = triangle;
-  else if (hasToOrg && hasFromDest)
-    removeFanEntry(z, toOrg.getTriangle());
-  else if (hasToOrg)
-    replaceFanEntry(z, toOrg.getTriangle(), triangle);
-  else if (!hasFromDest) {
+  else if (toOrg != nullptr && fromDest != nullptr)
+    removeFanEntry(z, toOrg->getTriangle());
+  else if (toOrg != nullptr)
+    replaceFanEntry(z, toOrg->getTriangle(), triangle);
+  else if (fromDest == nullptr) {
     moreFanEntries.resize(std::max(moreFanEntries.size(), vertexTriangles.size()));
     moreFanEntries[z].push_back(triangle);
   }
-  return true;
 }
 
 namespace {
@@ -277,12 +285,19 @@ std::uint32_t GrowthFaces::find(std::uint32_t org, std::uint32_t dest) const {
 
 } // namespace
 
+void Mesh::constructFromFaces(std::vector<Face> const& faces) {
+  if (!growAcrossOppositeEdges(faces))
+    growFromFaces(faces);
+  // The mesh is whole: each vertex keeps its anchor only.
+  moreFanEntries = std::vector<std::vector<Triangle*>>();
+}
+
 // The faces are tried as a cursor cycling over the slots of the faces not yet added would try
 // them: the last face fills each freed slot, and the cursor moves on to the next slot, wrapping
 // to 0. Rather than testing every slot, the cursor jumps to the next slot whose face has an edge
 // matching the front, a set kept up to date as edges enter and leave the front. Front edges that
 // no face matches cannot affect the growth and are not kept.
-void Mesh::constructFromFaces(std::vector<Face> const& faces) {
+void Mesh::growFromFaces(std::vector<Face> const& faces) {
   ProgressStage stage(progressListener, "Constructing triangle mesh...", faces.size());
   // Face edges are numbered in 32 bits.
   if (faces.empty() || faces.size() >= none / 3)
@@ -374,8 +389,170 @@ void Mesh::constructFromFaces(std::vector<Face> const& faces) {
     stage.step(faceCount - remaining - 1);
     cursor = slot + 1 < remaining ? slot + 1 : 0;
   }
-  // The mesh is whole: each vertex keeps its anchor only.
-  moreFanEntries = std::vector<std::vector<Triangle*>>();
+}
+
+namespace {
+
+using Corners = std::array<std::uint32_t, 3>;
+
+/// Marks a triangle's serial among face edge numbers, which stay below it.
+constexpr std::uint32_t triangleBit = 0x80000000u;
+/// Face edges are numbered below triangleBit.
+constexpr std::size_t maxOppositeFaces = triangleBit / 3;
+
+/// A face as the growth along opposite edges keeps it, two to a cache line: its corners; per
+/// edge k (corner k to corner k + 1) the face edge running the other way along it, or
+/// triangleBit + serial of that face's triangle once there is one, or none; its slot among the
+/// faces not yet added, none once added. Once face f is added, or when it is the seed, occupant
+/// names the face now in slot f (in slot 0 for the seed); until then slot f holds f itself.
+struct alignas(32) OppositeFace {
+  Corners corners;
+  std::uint32_t across[3];
+  std::uint32_t slot;
+  std::uint32_t occupant;
+
+  static bool isTriangle(std::uint32_t link) { return link != none && link >= triangleBit; }
+  bool touchesTriangle() const {
+    return isTriangle(across[0]) || isTriangle(across[1]) || isTriangle(across[2]);
+  }
+};
+
+/// Links every face edge x->y to the face edge y->x. False when a face repeats a corner or
+/// names one at or beyond n, or a directed edge occurs in two faces.
+bool linkOppositeEdges(std::vector<OppositeFace>& faces, std::uint32_t n) {
+  auto const faceCount = static_cast<std::uint32_t>(faces.size());
+  // The face edges in lists by their smaller end, chained through their across entries.
+  std::vector<std::uint32_t> first(n, none);
+  for (std::uint32_t f = 0; f < faceCount; ++f)
+    for (std::uint32_t k = 0; k < 3; ++k) {
+      std::uint32_t const x = faces[f].corners[k];
+      std::uint32_t const y = faces[f].corners[(k + 1) % 3];
+      if (x >= n || y >= n || x == y)
+        return false;
+      std::uint32_t& head = first[std::min(x, y)];
+      faces[f].across[k] = head;
+      head = 3 * f + k;
+    }
+  // Each list by larger end and then direction (0 from the smaller end): an edge and its reverse
+  // become neighbours.
+  std::vector<std::pair<std::uint64_t, std::uint32_t>> list;
+  for (std::uint32_t v = 0; v < n; ++v) {
+    list.clear();
+    for (std::uint32_t h = first[v]; h != none; h = faces[h / 3].across[h % 3]) {
+      Corners const& corners = faces[h / 3].corners;
+      std::uint32_t const x = corners[h % 3];
+      std::uint32_t const y = corners[(h % 3 + 1) % 3];
+      list.emplace_back(std::uint64_t(std::max(x, y)) << 1 | (x > y ? 1 : 0), h);
+    }
+    std::sort(list.begin(), list.end());
+    for (std::size_t i = 0; i < list.size(); ++i) {
+      std::uint32_t const h = list[i].second;
+      std::uint32_t& across = faces[h / 3].across[h % 3];
+      if (i + 1 == list.size() || (list[i + 1].first >> 1) != (list[i].first >> 1)) {
+        across = none;
+        continue;
+      }
+      if (list[i + 1].first == list[i].first)
+        return false;
+      std::uint32_t const g = list[++i].second;
+      across = g;
+      faces[g / 3].across[g % 3] = h;
+    }
+  }
+  return true;
+}
+
+} // namespace
+
+// Where every face has three distinct corners and no directed edge occurs twice, the front is
+// known without keys: a face edge matches the front exactly when the face across it has its
+// triangle, which is a rotation of that face. Each face then keeps the triangles across its
+// edges, and the gluing needs no search round the fans. Faces are tried in the same order as by
+// the general growth.
+bool Mesh::growAcrossOppositeEdges(std::vector<Face> const& faces) {
+  if (faces.empty() || faces.size() > maxOppositeFaces)
+    return false;
+  auto const faceCount = static_cast<std::uint32_t>(faces.size());
+  // The last face takes the seed's slot 0; the others keep their own.
+  std::vector<OppositeFace> growth;
+  growth.reserve(faceCount);
+  for (std::uint32_t f = 0; f < faceCount; ++f)
+    growth.push_back(OppositeFace{faces[f],
+                                  {none, none, none},
+                                  f == 0               ? none
+                                  : f == faceCount - 1 ? 0
+                                                       : f,
+                                  faceCount - 1});
+  if (!linkOppositeEdges(growth, getNumberOfVertices()))
+    return false;
+
+  ProgressStage stage(progressListener, "Constructing triangle mesh...", faceCount);
+  if (!addFloatingTriangle({faces[0][0], faces[0][1], faces[0][2]}))
+    throw Exception("Mesh construction failure");
+  SlotSet matching(faceCount - 1);
+  // The triangle of the given serial now lies across face edge h: its face matches the front.
+  auto const reach = [&](std::uint32_t h, std::size_t serial) {
+    if (h == none || OppositeFace::isTriangle(h))
+      return;
+    OppositeFace& face = growth[h / 3];
+    if (!face.touchesTriangle())
+      matching.insert(face.slot);
+    face.across[h % 3] = triangleBit + static_cast<std::uint32_t>(serial);
+  };
+  for (std::uint32_t const h : growth[0].across)
+    reach(h, 0);
+
+  std::uint32_t remaining = faceCount - 1;
+  std::size_t cursor = 0;
+  while (remaining > 0) {
+    std::size_t slot = matching.next(cursor);
+    if (slot == SlotSet::none)
+      slot = matching.next(0);
+    if (slot == SlotSet::none)
+      throw Exception("Mesh construction failure");
+    OppositeFace& home = growth[slot];
+    std::uint32_t const f = home.slot == slot ? static_cast<std::uint32_t>(slot) : home.occupant;
+    OppositeFace& face = growth[f];
+    matching.erase(slot);
+    face.slot = none;
+    // Across its first edge x->y that has a triangle, the face becomes (x, y, z); its other
+    // sides y->z and z->x meet the edges z->y and x->z of the triangles across them, if any.
+    std::uint32_t k = 0;
+    while (!OppositeFace::isTriangle(face.across[k]))
+      ++k;
+    std::uint32_t const x = face.corners[k];
+    std::uint32_t const z = face.corners[(k + 2) % 3];
+    auto const edgeFrom = [&](std::uint32_t link, std::uint32_t org, Edge& edge) {
+      if (!OppositeFace::isTriangle(link))
+        return false;
+      getTriangleBySerial(link - triangleBit)->getEdgeFromVertexIndex(org, &edge);
+      return true;
+    };
+    Edge edge;
+    Edge toOrg;
+    Edge fromDest;
+    edgeFrom(face.across[k], face.corners[(k + 1) % 3], edge);
+    bool const hasToOrg = edgeFrom(face.across[(k + 1) % 3], z, toOrg);
+    bool const hasFromDest = edgeFrom(face.across[(k + 2) % 3], x, fromDest);
+    attachTriangle(edge, z, hasToOrg ? &toOrg : nullptr, hasFromDest ? &fromDest : nullptr);
+    reach(face.across[(k + 1) % 3], triangleCount - 1);
+    reach(face.across[(k + 2) % 3], triangleCount - 1);
+
+    --remaining;
+    if (slot != remaining) {
+      OppositeFace const& lastHome = growth[remaining];
+      std::uint32_t const last = lastHome.slot == remaining ? remaining : lastHome.occupant;
+      home.occupant = last;
+      growth[last].slot = static_cast<std::uint32_t>(slot);
+      if (matching.contains(remaining)) {
+        matching.erase(remaining);
+        matching.insert(slot);
+      }
+    }
+    stage.step(faceCount - remaining - 1);
+    cursor = slot + 1 < remaining ? slot + 1 : 0;
+  }
+  return true;
 }
 
 } // namespace QARN::Geometry::ThreeDimensional::TriMesh

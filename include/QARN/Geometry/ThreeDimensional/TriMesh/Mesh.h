@@ -89,11 +89,19 @@ private:
   // Construction (MeshConstruction.cpp).
   bool addFloatingTriangle(std::vector<std::uint32_t> const& indices);
   bool addBoundaryTriangle(Edge const& edge, std::int32_t vertexIndex);
+  /// Creates the triangle (edge.dest(), edge.org(), z) across the boundary edge and glues it
+  /// there and to the given boundary edges z->org and dest->z (null where there is none).
+  void attachTriangle(Edge const& edge, std::uint32_t z, Edge const* toOrg, Edge const* fromDest);
   bool getBoundaryEdgeFromFans(std::uint32_t v, std::uint32_t w, Edge* out) const;
   void replaceFanEntry(std::uint32_t v, Triangle* old, Triangle* triangle);
   void removeFanEntry(std::uint32_t v, Triangle* triangle);
   /// Grows the connectivity from the first face across shared edges, in file order.
   void constructFromFaces(std::vector<Face> const& faces);
+  /// The growth for any faces, keyed by directed edges.
+  void growFromFaces(std::vector<Face> const& faces);
+  /// The same growth where every face has three distinct corners below the vertex count and no
+  /// directed edge occurs twice; false, having done nothing, for other faces.
+  bool growAcrossOppositeEdges(std::vector<Face> const& faces);
 
   // Files (MeshFiles.cpp).
   std::string const getCutEdgeIndicesFileName(std::string const& baseName) const;
