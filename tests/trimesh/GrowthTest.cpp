@@ -96,16 +96,28 @@ void pinchedSurface(int w, Points& points, std::vector<Face>& faces) {
   faces = kept;
 }
 
+/// A disk of k triangles round vertex 0, whose edges all start at vertex 0's end.
+void wheel(std::uint32_t k, Points& points, std::vector<Face>& faces) {
+  points = {{0, 0, 0}};
+  faces.clear();
+  for (std::uint32_t i = 1; i <= k; ++i) {
+    points.push_back({std::cos(6.283185307179586 * i / k), std::sin(6.283185307179586 * i / k), 0});
+    faces.push_back({0, i, i % k + 1});
+  }
+}
+
 TEST(TriMeshGrowth, GrowthAlongOppositeEdgesAgreesWithTheGeneralGrowth) {
   // Triangles, neighbours, anchors and fan entries, after success and after a failure.
   std::mt19937 random(99);
-  for (int shape = 0; shape < 6; ++shape) {
+  for (int shape = 0; shape < 7; ++shape) {
     Points points;
     std::vector<Face> faces;
     if (shape < 4)
       surface(6 + shape, 4 + shape, shape % 2 == 1, points, faces);
-    else
+    else if (shape < 6)
       pinchedSurface(8 + shape, points, faces);
+    else
+      wheel(40, points, faces);
     for (int trial = 0; trial < 30; ++trial) {
       std::shuffle(faces.begin(), faces.end(), random);
       for (Face& f : faces)
@@ -144,8 +156,12 @@ TEST(TriMeshGrowth, GrowthAlongOppositeEdgesAgreesWithTheGeneralGrowth) {
 
 TEST(TriMeshGrowth, GrowthAlongOppositeEdgesTakesOnlyFacesOfDistinctEdges) {
   Points const points{{0, 0, 0}, {1, 0, 0}, {0, 1, 0}, {1, 1, 0}};
-  for (std::vector<Face> const& faces : std::vector<std::vector<Face>>{
-           {{0, 1, 2}, {1, 1, 3}}, {{0, 1, 2}, {0, 1, 3}}, {{0, 1, 2}, {2, 1, 4}}}) {
+  // A repeated corner, a directed edge twice (also after its reverse), a corner out of range.
+  for (std::vector<Face> const& faces :
+       std::vector<std::vector<Face>>{{{0, 1, 2}, {1, 1, 3}},
+                                      {{0, 1, 2}, {0, 1, 3}},
+                                      {{0, 1, 2}, {1, 0, 3}, {3, 0, 1}},
+                                      {{0, 1, 2}, {2, 1, 4}}}) {
     Mesh mesh;
     for (auto const& p : points)
       MeshTestAccess::addVertex(mesh, Point(p.data()));

@@ -52,9 +52,10 @@ struct MeshTestAccess {
     }
     for (Triangle const* anchor : m.vertexTriangles)
       out.push_back(serial(anchor));
-    for (auto const& entries : m.moreFanEntries)
-      for (Triangle const* t : entries)
-        out.push_back(serial(t));
+    for (std::uint32_t v = 0; v < m.vertexTriangles.size(); ++v)
+      if (auto const* entries = m.getMoreFanEntries(v))
+        for (Triangle const* t : *entries)
+          out.insert(out.end(), {v, serial(t)});
     return out;
   }
 };

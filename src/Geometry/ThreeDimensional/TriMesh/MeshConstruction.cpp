@@ -38,10 +38,10 @@ bool Mesh::addFloatingTriangle(std::vector<std::uint32_t> const& indices) {
 }
 
 // While a mesh grows, a vertex may have several separate fans. Its entries (its anchor, then its
-// further entries in moreFanEntries) then hold, for each fan open at the boundary, the fan's first
-// triangle (whose edge out of the vertex is a boundary edge); a closed fan may have no entry.
-// Every boundary edge out of a vertex is thus the edge out of the vertex of one of its entries,
-// so the triangles to glue a new triangle to are found without walking round the fans.
+// further entries in its list of moreFanLists) then hold, for each fan open at the boundary, the
+// fan's first triangle (whose edge out of the vertex is a boundary edge); a closed fan may have no
+// entry. Every boundary edge out of a vertex is thus the edge out of the vertex of one of its
+// entries, so the triangles to glue a new triangle to are found without walking round the fans.
 bool Mesh::getBoundaryEdgeFromFans(std::uint32_t v, std::uint32_t w, Edge* out) const {
   auto const isWanted = [&](Triangle* t) {
     Edge e;
@@ -52,25 +52,46 @@ bool Mesh::getBoundaryEdgeFromFans(std::uint32_t v, std::uint32_t w, Edge* out) 
   };
   if (isWanted(vertexTriangles[v]))
     return true;
-  if (v < moreFanEntries.size())
-    for (Triangle* const t : moreFanEntries[v])
+  if (std::vector<Triangle*> const* const more = getMoreFanEntries(v))
+    for (Triangle* const t : *more)
       if (isWanted(t))
         return true;
   return false;
 }
 
+std::vector<Triangle*> const* Mesh::getMoreFanEntries(std::uint32_t v) const {
+  if (v >= moreFanIndex.size() || moreFanIndex[v] == noFanList)
+    return nullptr;
+  return &moreFanLists[moreFanIndex[v]];
+}
+
+std::vector<Triangle*>* Mesh::getMoreFanEntries(std::uint32_t v) {
+  return const_cast<std::vector<Triangle*>*>(static_cast<Mesh const*>(this)->getMoreFanEntries(v));
+}
+
+void Mesh::addFanEntry(std::uint32_t v, Triangle* triangle) {
+  if (moreFanIndex.empty())
+    moreFanIndex.assign(vertexTriangles.size(), noFanList);
+  if (moreFanIndex[v] == noFanList) {
+    moreFanIndex[v] = static_cast<std::uint32_t>(moreFanLists.size());
+    moreFanLists.emplace_back();
+  }
+  moreFanLists[moreFanIndex[v]].push_back(triangle);
+}
+
 void Mesh::replaceFanEntry(std::uint32_t v, Triangle* old, Triangle* triangle) {
   if (vertexTriangles[v] == old)
     vertexTriangles[v] = triangle;
-  if (v < moreFanEntries.size())
-    std::replace(moreFanEntries[v].begin(), moreFanEntries[v].end(), old, triangle);
+  if (std::vector<Triangle*>* const more = getMoreFanEntries(v))
+    std::replace(more->begin(), more->end(), old, triangle);
 }
 
 void Mesh::removeFanEntry(std::uint32_t v, Triangle* triangle) {
   // A vertex always keeps one entry; the next one takes the anchor's place.
-  if (v >= moreFanEntries.size() || moreFanEntries[v].empty())
+  std::vector<Triangle*>* const entries = getMoreFanEntries(v);
+  if (entries == nullptr || entries->empty())
     return;
-  std::vector<Triangle*>& more = moreFanEntries[v];
+  std::vector<Triangle*>& more = *entries;
   if (vertexTriangles[v] == triangle) {
     vertexTriangles[v] = more.front();
     more.erase(more.begin());
@@ -131,8 +152,7 @@ void Mesh::attachTriangle(Edge const& edge, std::uint32_t z, Edge const* toOrg,
   else if (toOrg != nullptr)
     replaceFanEntry(z, toOrg->getTriangle(), triangle);
   else if (fromDest == nullptr) {
-    moreFanEntries.resize(std::max(moreFanEntries.size(), vertexTriangles.size()));
-    moreFanEntries[z].push_back(triangle);
+    addFanEntry(z, triangle);
   }
 }
 
@@ -289,7 +309,8 @@ void Mesh::constructFromFaces(std::vector<Face> const& faces) {
   if (!growAcrossOppositeEdges(faces))
     growFromFaces(faces);
   // The mesh is whole: each vertex keeps its anchor only.
-  moreFanEntries = std::vector<std::vector<Triangle*>>();
+  moreFanIndex = std::vector<std::uint32_t>();
+  moreFanLists = std::vector<std::vector<Triangle*>>();
 }
 
 // The faces are tried as a cursor cycling over the slots of the faces not yet added would try
@@ -395,10 +416,12 @@ namespace {
 
 using Corners = std::array<std::uint32_t, 3>;
 
+/// Corner k + 1 and k + 2 of a face, for k from 0 to 2.
+constexpr std::uint32_t after[5] = {1, 2, 0, 1, 2};
 /// Marks a triangle's serial among face edge numbers, which stay below it.
 constexpr std::uint32_t triangleBit = 0x80000000u;
-/// Face edges are numbered below triangleBit.
-constexpr std::size_t maxOppositeFaces = triangleBit / 3;
+/// Face edge k of face f is numbered 4f + k, below triangleBit.
+constexpr std::size_t maxOppositeFaces = triangleBit / 4;
 
 /// A face as the growth along opposite edges keeps it, two to a cache line: its corners; per
 /// edge k (corner k to corner k + 1) the face edge running the other way along it, or
@@ -426,39 +449,40 @@ bool linkOppositeEdges(std::vector<OppositeFace>& faces, std::uint32_t n) {
   for (std::uint32_t f = 0; f < faceCount; ++f)
     for (std::uint32_t k = 0; k < 3; ++k) {
       std::uint32_t const x = faces[f].corners[k];
-      std::uint32_t const y = faces[f].corners[(k + 1) % 3];
+      std::uint32_t const y = faces[f].corners[after[k]];
       if (x >= n || y >= n || x == y)
         return false;
       std::uint32_t& head = first[std::min(x, y)];
       faces[f].across[k] = head;
-      head = 3 * f + k;
+      head = 4 * f + k;
     }
-  // Each list by larger end and then direction (0 from the smaller end): an edge and its reverse
-  // become neighbours.
-  std::vector<std::pair<std::uint64_t, std::uint32_t>> list;
-  for (std::uint32_t v = 0; v < n; ++v) {
-    list.clear();
-    for (std::uint32_t h = first[v]; h != none; h = faces[h / 3].across[h % 3]) {
-      Corners const& corners = faces[h / 3].corners;
-      std::uint32_t const x = corners[h % 3];
-      std::uint32_t const y = corners[(h % 3 + 1) % 3];
-      list.emplace_back(std::uint64_t(std::max(x, y)) << 1 | (x > y ? 1 : 0), h);
-    }
-    std::sort(list.begin(), list.end());
-    for (std::size_t i = 0; i < list.size(); ++i) {
-      std::uint32_t const h = list[i].second;
-      std::uint32_t& across = faces[h / 3].across[h % 3];
-      if (i + 1 == list.size() || (list[i + 1].first >> 1) != (list[i].first >> 1)) {
-        across = none;
-        continue;
+  // In a list, an edge and its reverse share the larger end w and differ in direction. While
+  // the list of v is walked, seen[w] holds v and the first edge met with larger end w, its
+  // direction in the top bit, or all bits set once that edge has found its reverse.
+  constexpr std::uint32_t fromLarger = 0x80000000u;
+  std::vector<std::uint64_t> seen(n, ~std::uint64_t(0));
+  for (std::uint32_t v = 0; v < n; ++v)
+    for (std::uint32_t h = first[v]; h != none;) {
+      OppositeFace& face = faces[h / 4];
+      std::uint32_t const x = face.corners[h % 4];
+      std::uint32_t const y = face.corners[after[h % 4]];
+      std::uint32_t const next = face.across[h % 4];
+      std::uint32_t const direction = x > y ? fromLarger : 0;
+      std::uint64_t& mark = seen[std::max(x, y)];
+      face.across[h % 4] = none;
+      if (mark >> 32 != v) {
+        mark = std::uint64_t(v) << 32 | direction | h;
+      } else {
+        // A third edge between v and w, or a second in the same direction, repeats an edge.
+        auto const other = static_cast<std::uint32_t>(mark);
+        if (other == ~std::uint32_t(0) || (other & fromLarger) == direction)
+          return false;
+        face.across[h % 4] = other & ~fromLarger;
+        faces[(other & ~fromLarger) / 4].across[other % 4] = h;
+        mark |= ~std::uint32_t(0);
       }
-      if (list[i + 1].first == list[i].first)
-        return false;
-      std::uint32_t const g = list[++i].second;
-      across = g;
-      faces[g / 3].across[g % 3] = h;
+      h = next;
     }
-  }
   return true;
 }
 
@@ -469,7 +493,8 @@ bool linkOppositeEdges(std::vector<OppositeFace>& faces, std::uint32_t n) {
 // triangle, which is a rotation of that face. Each face then keeps the triangles across its
 // edges, and the gluing needs no search round the fans. Faces are tried in the same order as by
 // the general growth.
-bool Mesh::growAcrossOppositeEdges(std::vector<Face> const& faces) {
+// The whole growth is inlined into one function: its steps are small and run a million times.
+[[gnu::flatten]] bool Mesh::growAcrossOppositeEdges(std::vector<Face> const& faces) {
   if (faces.empty() || faces.size() > maxOppositeFaces)
     return false;
   auto const faceCount = static_cast<std::uint32_t>(faces.size());
@@ -494,14 +519,18 @@ bool Mesh::growAcrossOppositeEdges(std::vector<Face> const& faces) {
   auto const reach = [&](std::uint32_t h, std::size_t serial) {
     if (h == none || OppositeFace::isTriangle(h))
       return;
-    OppositeFace& face = growth[h / 3];
+    OppositeFace& face = growth[h / 4];
     if (!face.touchesTriangle())
       matching.insert(face.slot);
-    face.across[h % 3] = triangleBit + static_cast<std::uint32_t>(serial);
+    face.across[h % 4] = triangleBit + static_cast<std::uint32_t>(serial);
   };
   for (std::uint32_t const h : growth[0].across)
     reach(h, 0);
 
+  // The faces added one after another lie far apart in memory: the records of the slots a few
+  // matching slots ahead of the cursor are fetched early.
+  constexpr int lookahead = 8;
+  std::size_t ahead = SlotSet::none;
   std::uint32_t remaining = faceCount - 1;
   std::size_t cursor = 0;
   while (remaining > 0) {
@@ -510,6 +539,12 @@ bool Mesh::growAcrossOppositeEdges(std::vector<Face> const& faces) {
       slot = matching.next(0);
     if (slot == SlotSet::none)
       throw Exception("Mesh construction failure");
+    for (int steps = ahead == SlotSet::none || ahead <= slot ? lookahead : 1; steps > 0; --steps) {
+      ahead = matching.next(ahead == SlotSet::none || ahead < slot ? slot + 1 : ahead + 1);
+      if (ahead == SlotSet::none)
+        break;
+      __builtin_prefetch(&growth[ahead]);
+    }
     OppositeFace& home = growth[slot];
     std::uint32_t const f = home.slot == slot ? static_cast<std::uint32_t>(slot) : home.occupant;
     OppositeFace& face = growth[f];
@@ -521,7 +556,8 @@ bool Mesh::growAcrossOppositeEdges(std::vector<Face> const& faces) {
     while (!OppositeFace::isTriangle(face.across[k]))
       ++k;
     std::uint32_t const x = face.corners[k];
-    std::uint32_t const z = face.corners[(k + 2) % 3];
+    std::uint32_t const y = face.corners[after[k]];
+    std::uint32_t const z = face.corners[after[k + 1]];
     auto const edgeFrom = [&](std::uint32_t link, std::uint32_t org, Edge& edge) {
       if (!OppositeFace::isTriangle(link))
         return false;
@@ -531,12 +567,12 @@ bool Mesh::growAcrossOppositeEdges(std::vector<Face> const& faces) {
     Edge edge;
     Edge toOrg;
     Edge fromDest;
-    edgeFrom(face.across[k], face.corners[(k + 1) % 3], edge);
-    bool const hasToOrg = edgeFrom(face.across[(k + 1) % 3], z, toOrg);
-    bool const hasFromDest = edgeFrom(face.across[(k + 2) % 3], x, fromDest);
+    edgeFrom(face.across[k], y, edge);
+    bool const hasToOrg = edgeFrom(face.across[after[k]], z, toOrg);
+    bool const hasFromDest = edgeFrom(face.across[after[k + 1]], x, fromDest);
     attachTriangle(edge, z, hasToOrg ? &toOrg : nullptr, hasFromDest ? &fromDest : nullptr);
-    reach(face.across[(k + 1) % 3], triangleCount - 1);
-    reach(face.across[(k + 2) % 3], triangleCount - 1);
+    reach(face.across[after[k]], triangleCount - 1);
+    reach(face.across[after[k + 1]], triangleCount - 1);
 
     --remaining;
     if (slot != remaining) {
