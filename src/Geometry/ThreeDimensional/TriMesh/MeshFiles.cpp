@@ -185,13 +185,11 @@ FileContents Mesh::load(char const* name) {
   MeshTextScanner scanner = readFile(name);
 
   // 3-D points: "v" and three numbers. The count of "v " only scales the progress. The numbers
-  // are gathered first, in room for one point per 'v', so that the vertices are built in place,
-  // once.
+  // are gathered first so that the vertices are built in place, once.
   {
     ProgressStage stage(listener, "Reading 3D coordinates...",
                         listener != nullptr ? scanner.count('v', ' ') + 1 : 0);
     std::vector<std::array<float, 3>> points;
-    points.reserve(scanner.count('v'));
     std::array<float, 3> xyz;
     while (scanner.skipPast('v'))
       if (scanner.readFloats(xyz.data(), 3) == 3) {
@@ -224,10 +222,8 @@ FileContents Mesh::load(char const* name) {
   if (points2D != 0 && points2D != n)
     throw Exception("Invalid number of 2D coordinates");
 
-  // Faces: "f" and three 1-based indices; only the first is checked here. There is room for one
-  // face per 'f'.
+  // Faces: "f" and three 1-based indices; only the first is checked here.
   std::vector<Face> faces;
-  faces.reserve(scanner.count('f'));
   {
     ProgressStage stage(listener, "Reading connectivity information...",
                         listener != nullptr ? scanner.count('f') + 1 : 0);
