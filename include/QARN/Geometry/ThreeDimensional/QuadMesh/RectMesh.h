@@ -409,7 +409,12 @@ public:
   /// extension. A file that is shorter than its header says, whose name field has no NUL or
   /// whose U or V is 2^31 − 1 or more throws "Invalid .quads file." before the grid is touched;
   /// so do unsupported versions ("Unsupported .quad file version.") and coordinate types
-  /// ("Unsupported coordinate data-type").
+  /// ("Unsupported coordinate data-type"). The flag and point blocks are read once, straight
+  /// into the new grid; the old grid is freed before the new points are allocated. Without
+  /// memory for the new grid, "Insufficient memory to initialise quad-mesh." leaves the mesh
+  /// empty. Should reading fail after that (the file shrinking meanwhile), "Invalid .quads
+  /// file." leaves the new grid with the flags and the points read so far, the others at the
+  /// origin.
   void load(char const* fileName);
   /// U, V and the mean, smallest and largest quad area from a .quads file's header, without
   /// reading its points. Throws as load does for an unreadable or malformed header.
