@@ -86,6 +86,7 @@ void timeLoads(benchmark::State& state, Load load) {
     state.ResumeTiming();
   }
   state.SetItemsProcessed(static_cast<std::int64_t>(state.iterations() * triangleCount));
+  state.SetLabel("triangles");
 }
 
 void MeshLoad_QARN(benchmark::State& state) {
