@@ -160,6 +160,51 @@ namespace {
 
 constexpr std::uint32_t none = 0xFFFFFFFFu;
 
+/// The cursor of the growth over the slots of the faces not yet added. It tries the faces as a
+/// cursor cycling over the slots would try them, wrapping to 0, but stops only at the slots whose
+/// face matches the front, a set the growth keeps up to date. The face in the last slot fills
+/// each slot a face leaves.
+class GrowthCursor {
+public:
+  explicit GrowthCursor(std::uint32_t slots) : matching(slots), remaining(slots) {}
+
+  std::uint32_t getRemaining() const { return remaining; }
+  /// The slots whose face matches the front.
+  SlotSet& getMatching() { return matching; }
+  /// The next slot whose face matches; throws when no remaining face touches the grown piece
+  /// (a cursor would cycle forever).
+  std::size_t next() const {
+    std::size_t slot = matching.next(cursor);
+    if (slot == SlotSet::none)
+      slot = matching.next(0);
+    if (slot == SlotSet::none)
+      throw Exception("Mesh construction failure");
+    return slot;
+  }
+  /// The face in slot was added: the face in the last slot moves into it, matching or not, and
+  /// the cursor moves on. Returns the slot that face left, or SlotSet::none when slot was the
+  /// last.
+  std::size_t retire(std::size_t slot) {
+    matching.erase(slot);
+    --remaining;
+    std::size_t left = SlotSet::none;
+    if (slot != remaining) {
+      left = remaining;
+      if (matching.contains(left)) {
+        matching.erase(left);
+        matching.insert(slot);
+      }
+    }
+    cursor = slot + 1 < remaining ? slot + 1 : 0;
+    return left;
+  }
+
+private:
+  SlotSet matching;
+  std::uint32_t remaining;
+  std::size_t cursor = 0;
+};
+
 /// The faces as the growth sees them. Face edge k runs from corner k to corner k+1; h = 3f + k
 /// names edge k of face f. A face holding x->y matches the front edge y->x, whose key is
 /// y + n*x, taken as (key mod n, key div n), the front edge's org and dest (y and x themselves
@@ -330,7 +375,8 @@ void Mesh::growFromFaces(std::vector<Face> const& faces) {
   std::vector<std::uint32_t> faceAt(faceCount - 1);
   for (std::uint32_t f = 1; f < faceCount; ++f)
     faceAt[growth.slot(f)] = f;
-  SlotSet matching(faceCount - 1);
+  GrowthCursor cursor(faceCount - 1);
+  SlotSet& matching = cursor.getMatching();
 
   // Puts the key matched by face edge h into the front, unless it is there.
   auto const addToFront = [&](std::uint32_t h, Triangle const* t) {
@@ -361,15 +407,8 @@ void Mesh::growFromFaces(std::vector<Face> const& faces) {
   for (std::uint32_t k = 0; k < 3; ++k)
     addToFront(growth.along((k + 1) % 3), seed);
 
-  std::uint32_t remaining = faceCount - 1;
-  std::size_t cursor = 0;
-  while (remaining > 0) {
-    std::size_t slot = matching.next(cursor);
-    if (slot == SlotSet::none)
-      slot = matching.next(0);
-    // No remaining face touches the grown piece: a cursor would cycle forever.
-    if (slot == SlotSet::none)
-      throw Exception("Mesh construction failure");
+  while (cursor.getRemaining() > 0) {
+    std::size_t const slot = cursor.next();
     std::uint32_t const f = faceAt[slot];
     Face const& face = faces[f];
     std::uint32_t const* const fronts = growth.fronts(f);
@@ -380,7 +419,6 @@ void Mesh::growFromFaces(std::vector<Face> const& faces) {
     std::uint32_t const y = face[(k + 1) % 3];
     std::uint32_t const z = face[(k + 2) % 3];
     Triangle* const owner = getTriangleBySerial(fronts[k]);
-    matching.erase(slot);
     growth.slot(f) = none;
 
     Edge edge;
@@ -397,18 +435,13 @@ void Mesh::growFromFaces(std::vector<Face> const& faces) {
                  added);
     removeFromFront(3 * f + k);
 
-    --remaining;
-    if (slot != remaining) {
-      std::uint32_t const last = faceAt[remaining];
+    std::size_t const left = cursor.retire(slot);
+    if (left != SlotSet::none) {
+      std::uint32_t const last = faceAt[left];
       faceAt[slot] = last;
       growth.slot(last) = static_cast<std::uint32_t>(slot);
-      if (matching.contains(remaining)) {
-        matching.erase(remaining);
-        matching.insert(slot);
-      }
     }
-    stage.step(faceCount - remaining - 1);
-    cursor = slot + 1 < remaining ? slot + 1 : 0;
+    stage.step(faceCount - cursor.getRemaining() - 1);
   }
 }
 
@@ -514,7 +547,8 @@ bool linkOppositeEdges(std::vector<OppositeFace>& faces, std::uint32_t n) {
   ProgressStage stage(progressListener, "Constructing triangle mesh...", faceCount);
   if (!addFloatingTriangle({faces[0][0], faces[0][1], faces[0][2]}))
     throw Exception("Mesh construction failure");
-  SlotSet matching(faceCount - 1);
+  GrowthCursor cursor(faceCount - 1);
+  SlotSet& matching = cursor.getMatching();
   // The triangle of the given serial now lies across face edge h: its face matches the front.
   auto const reach = [&](std::uint32_t h, std::size_t serial) {
     if (h == none || OppositeFace::isTriangle(h))
@@ -531,24 +565,20 @@ bool linkOppositeEdges(std::vector<OppositeFace>& faces, std::uint32_t n) {
   // matching slots ahead of the cursor are fetched early.
   constexpr int lookahead = 8;
   std::size_t ahead = SlotSet::none;
-  std::uint32_t remaining = faceCount - 1;
-  std::size_t cursor = 0;
-  while (remaining > 0) {
-    std::size_t slot = matching.next(cursor);
-    if (slot == SlotSet::none)
-      slot = matching.next(0);
-    if (slot == SlotSet::none)
-      throw Exception("Mesh construction failure");
+  auto const occupantOf = [&](std::size_t slot) {
+    OppositeFace const& home = growth[slot];
+    return home.slot == slot ? static_cast<std::uint32_t>(slot) : home.occupant;
+  };
+  while (cursor.getRemaining() > 0) {
+    std::size_t const slot = cursor.next();
     for (int steps = ahead == SlotSet::none || ahead <= slot ? lookahead : 1; steps > 0; --steps) {
       ahead = matching.next(ahead == SlotSet::none || ahead < slot ? slot + 1 : ahead + 1);
       if (ahead == SlotSet::none)
         break;
       __builtin_prefetch(&growth[ahead]);
     }
-    OppositeFace& home = growth[slot];
-    std::uint32_t const f = home.slot == slot ? static_cast<std::uint32_t>(slot) : home.occupant;
+    std::uint32_t const f = occupantOf(slot);
     OppositeFace& face = growth[f];
-    matching.erase(slot);
     face.slot = none;
     // Across its first edge x->y that has a triangle, the face becomes (x, y, z); its other
     // sides y->z and z->x meet the edges z->y and x->z of the triangles across them, if any.
@@ -574,19 +604,13 @@ bool linkOppositeEdges(std::vector<OppositeFace>& faces, std::uint32_t n) {
     reach(face.across[after[k]], triangleCount - 1);
     reach(face.across[after[k + 1]], triangleCount - 1);
 
-    --remaining;
-    if (slot != remaining) {
-      OppositeFace const& lastHome = growth[remaining];
-      std::uint32_t const last = lastHome.slot == remaining ? remaining : lastHome.occupant;
-      home.occupant = last;
+    std::size_t const left = cursor.retire(slot);
+    if (left != SlotSet::none) {
+      std::uint32_t const last = occupantOf(left);
+      growth[slot].occupant = last;
       growth[last].slot = static_cast<std::uint32_t>(slot);
-      if (matching.contains(remaining)) {
-        matching.erase(remaining);
-        matching.insert(slot);
-      }
     }
-    stage.step(faceCount - remaining - 1);
-    cursor = slot + 1 < remaining ? slot + 1 : 0;
+    stage.step(faceCount - cursor.getRemaining() - 1);
   }
   return true;
 }
