@@ -15,21 +15,9 @@
 # other cases of the program; QARN_BENCH_MIN_TIME (default 0.5) seconds per repetition.
 set -euo pipefail
 cd "$(dirname "$0")/.."
-bash scripts/deps.sh
-
-peers=(libembree-dev libnanoflann-dev libtinyobjloader-dev libopenmesh-dev libcgal-dev
-  libeigen3-dev libcgal-demo)
-missing=()
-for p in "${peers[@]}"; do
-  dpkg-query -W -f='${Status}' "$p" 2>/dev/null | grep -q 'install ok installed' || missing+=("$p")
-done
-if [ ${#missing[@]} -gt 0 ]; then
-  echo "Installing the peers: ${missing[*]}"
-  sudo=""
-  [ "$(id -u)" -eq 0 ] || sudo=sudo
-  $sudo apt-get update -qq
-  DEBIAN_FRONTEND=noninteractive $sudo apt-get install -y -qq "${missing[@]}" >/dev/null
-fi
+# The peers, and CGAL's demo meshes.
+bash scripts/deps.sh libembree-dev libnanoflann-dev libtinyobjloader-dev libopenmesh-dev \
+  libcgal-dev libeigen3-dev libcgal-demo
 
 build=build/bench
 launcher=()
