@@ -1,6 +1,11 @@
-# Peer: tinyobjloader (parse only).
+# Peers: tinyobjloader (parse only) and OpenMesh (with connectivity).
 find_package(tinyobjloader CONFIG QUIET)
 if(TARGET tinyobjloader::tinyobjloader)
   target_link_libraries(${QARN_BENCH_TARGET} PRIVATE tinyobjloader::tinyobjloader)
   target_compile_definitions(${QARN_BENCH_TARGET} PRIVATE QARN_HAVE_TINYOBJLOADER)
+endif()
+find_package(OpenMesh CONFIG QUIET)
+if(TARGET OpenMeshCore)
+  target_link_libraries(${QARN_BENCH_TARGET} PRIVATE OpenMeshCore)
+  target_compile_definitions(${QARN_BENCH_TARGET} PRIVATE QARN_HAVE_OPENMESH)
 endif()

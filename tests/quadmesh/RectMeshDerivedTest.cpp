@@ -157,6 +157,22 @@ TEST(RectMeshDerived, MirrorKeepsNormalsAndFlagsFollowTheirPoints) {
                "Invalid mirror plane.");
   EXPECT_EQ(Point(2, 1, 0), mesh.getPoint(GridPoint(2, 0)));
 
+  // Every point moves with its flag byte, on grids of even and odd numbers of rows and columns.
+  for (auto const& [U, V] : {std::pair<int, int>{3, 2}, {4, 3}}) {
+    GridMesh grid = flatGrid(U, V);
+    auto const tag = [&](int u, int v) { return static_cast<char>(((u + (U + 1) * v) << 3) | 1); };
+    for (int v = 0; v <= V; ++v)
+      for (int u = 0; u <= U; ++u)
+        grid.setPointFlags(GridPoint(u, v), tag(u, v));
+    grid.mirror(QM::X, Point(), QM::U);
+    grid.mirror(QM::Y, Point(), QM::V);
+    for (int v = 0; v <= V; ++v)
+      for (int u = 0; u <= U; ++u) {
+        EXPECT_EQ(tag(U - u, V - v), grid.getPointFlags(GridPoint(u, v))) << u << "," << v;
+        EXPECT_EQ(Point(-(U - u), -(V - v), 0), grid.getPoint(GridPoint(u, v)));
+      }
+  }
+
   // The start candidates follow the flip: the valid quads move from u ≥ 8 to u < 12.
   GridMesh half = flatGrid(20, 20);
   for (int v = 0; v <= 20; ++v)

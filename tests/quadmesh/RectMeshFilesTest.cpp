@@ -4,12 +4,14 @@
 
 #include <gtest/gtest.h>
 
+#include <array>
 #include <cmath>
 #include <cstdint>
 #include <cstring>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
+#include <random>
 #include <string>
 #include <vector>
 
@@ -138,6 +140,82 @@ TEST(RectMeshFiles, Version1ReadsDoubleAndIntCoordinatesOfValidPointsOnly) {
     EXPECT_EQ(0x11, mesh.getPointFlags(GridPoint(1, 0)));
     EXPECT_EQ(Point(-7, 3, 2147483647.0), mesh.getPoint(GridPoint(1, 0))) << type;
   }
+}
+
+/// Flag bytes of a w x h grid in runs of random lengths, short and long, valid and invalid,
+/// with random upper bits.
+std::vector<unsigned char> randomFlags(std::size_t count, std::mt19937& random) {
+  std::vector<unsigned char> flags;
+  while (flags.size() < count) {
+    std::size_t const run = random() % 4 == 0 ? random() % 100000 : random() % 12;
+    unsigned char const validity = flags.size() % 2 == 0 ? 1 : 0;
+    for (std::size_t i = 0; i < run && flags.size() < count; ++i)
+      flags.push_back(
+          static_cast<unsigned char>((random() % 2 == 0 ? random() & 0xFE : 0) | validity));
+  }
+  return flags;
+}
+
+TEST(RectMeshFiles, LoadAgreesWithAPlainDecodingOfTheFile) {
+  // Point blocks larger than the reader's buffer, in every coordinate type and version 0;
+  // coordinates with fractions that float cannot hold and halfway cases for int.
+  std::mt19937 random(5);
+  std::uint32_t const U = 699, V = 299;
+  std::size_t const count = std::size_t{U + 1} * (V + 1);
+  for (std::uint32_t const version : {1u, 0u})
+    for (std::uint32_t const type : {0u, 1u, 2u}) {
+      if (version == 0 && type != 1)
+        continue;
+      std::vector<unsigned char> const flags = randomFlags(count, random);
+      Bytes file = header(version, "random", U, V, 2.0, 1.0, 3.0);
+      if (version == 1)
+        put(file, type);
+      file.append(flags.begin(), flags.end());
+      std::vector<std::array<double, 3>> values(count);
+      for (std::size_t i = 0; i < count; ++i) {
+        for (double& x : values[i])
+          x = type == 2 ? double(std::int32_t(random())) : (double(random()) - 2e9) / 3e4;
+        if (version == 1 && (flags[i] & 1) == 0)
+          continue;
+        for (double x : values[i])
+          type == 0 ? put(file, float(x)) : type == 1 ? put(file, x) : put(file, std::int32_t(x));
+      }
+      std::string const path = tempPath("random.quads");
+      writeFile(path, file);
+      RectMesh mesh;
+      mesh.load(path.c_str());
+      ASSERT_EQ(Extents(U, V), mesh.getExtents());
+      std::size_t wrong = 0;
+      // Version 0 files hold validity only: any byte but 0.
+      auto const isValid = [&](std::size_t i) {
+        return version == 0 ? flags[i] != 0 : (flags[i] & 1) != 0;
+      };
+      for (std::size_t i = 0; i < count; ++i) {
+        int const u = static_cast<int>(i % (U + 1));
+        int const v = static_cast<int>(i / (U + 1));
+        auto const isValidBeside = [&](int du, int dv) {
+          bool const inside = u + du >= 0 && u + du <= int(U) && v + dv >= 0 && v + dv <= int(V);
+          return !inside || isValid(i + du + dv * std::ptrdiff_t(U + 1));
+        };
+        // Version 0 marks boundary (4) or interior (2) points.
+        int expected = flags[i];
+        if (version == 0 && isValid(i))
+          expected = isValidBeside(1, 0) && isValidBeside(-1, 0) && isValidBeside(0, 1) &&
+                             isValidBeside(0, -1)
+                         ? 3
+                         : 5;
+        else if (version == 0)
+          expected = 0;
+        Point const x = mesh.getPoint(GridPoint(u, v));
+        Point const y = isValid(i) ? Point(values[i][0], values[i][1], values[i][2]) : Point();
+        float const stored[3] = {x.getX(), x.getY(), x.getZ()};
+        float const plain[3] = {y.getX(), y.getY(), y.getZ()};
+        if (static_cast<unsigned char>(mesh.getPointFlags(GridPoint(u, v))) != expected ||
+            std::memcmp(stored, plain, sizeof stored) != 0)
+          ++wrong;
+      }
+      EXPECT_EQ(0u, wrong) << version << " " << type;
+    }
 }
 
 TEST(RectMeshFiles, EmptyAndOnePointMeshesWriteOneFlagByte) {

@@ -2,8 +2,10 @@
 
 #include <QARN/Geometry/ThreeDimensional/TriMesh/Map.h>
 
+#include <algorithm>
 #include <cinttypes>
 #include <limits>
+#include <random>
 
 namespace trimeshtest {
 namespace {
@@ -87,6 +89,44 @@ TEST(TriMeshTopology, FansOfOpenAndClosedSurfaces) {
         EXPECT_TRUE(out.org() == f[k] && out.dest() == f[(k + 1) % 3]);
       }
     EXPECT_FALSE(Access::doesEdgeExist(mesh, 0, 10, nullptr));
+  }
+}
+
+TEST(TriMeshTopology, VertexNormalsSumTheTriangleNormalsInCreationOrder) {
+  // A bumpy torus in shuffled face order: each vertex normal is the unit sum of (p1 - p0) x
+  // (p2 - p1) over its triangles, added in creation order, bit for bit.
+  Points points;
+  std::vector<Face> faces;
+  surface(9, 7, true, points, faces);
+  std::mt19937 random(3);
+  for (auto& p : points)
+    for (double& x : p)
+      x += (random() % 1000) * 1e-4;
+  std::shuffle(faces.begin(), faces.end(), random);
+  Mesh mesh;
+  loadText(mesh, objText(points, faces));
+  std::vector<std::array<double, 3>> sums(mesh.getNumberOfVertices(), {0, 0, 0});
+  for (Triangle const* t : trianglesOf(mesh)) {
+    Face const c = cornersOf(t);
+    double p[3][3];
+    for (int k = 0; k < 3; ++k)
+      for (int i = 0; i < 3; ++i)
+        p[k][i] = mesh.getVertex(c[k]).getPoint3D().get(i);
+    double const a[3] = {p[1][0] - p[0][0], p[1][1] - p[0][1], p[1][2] - p[0][2]};
+    double const b[3] = {p[2][0] - p[1][0], p[2][1] - p[1][1], p[2][2] - p[1][2]};
+    double const n[3] = {a[1] * b[2] - a[2] * b[1], a[2] * b[0] - a[0] * b[2],
+                         a[0] * b[1] - a[1] * b[0]};
+    for (std::uint32_t const v : c)
+      for (int i = 0; i < 3; ++i)
+        sums[v][i] += n[i];
+  }
+  for (std::uint32_t v = 0; v < mesh.getNumberOfVertices(); ++v) {
+    double const length =
+        std::sqrt(sums[v][0] * sums[v][0] + sums[v][1] * sums[v][1] + sums[v][2] * sums[v][2]);
+    Vector const n = mesh.getVertex(v).getNormal3D();
+    EXPECT_TRUE(n.getdX() == sums[v][0] / length && n.getdY() == sums[v][1] / length &&
+                n.getdZ() == sums[v][2] / length)
+        << v;
   }
 }
 

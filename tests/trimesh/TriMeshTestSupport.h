@@ -41,6 +41,36 @@ struct MeshTestAccess {
       m.addVertex(v);
     }
   }
+
+  // The connectivity growth: both forms, on vertices added one by one.
+  using Faces = std::vector<std::array<std::uint32_t, 3>>;
+  static void addVertex(Mesh& m, Point const& p) { m.addVertex(Vertex(p)); }
+  static void growGenerally(Mesh& m, Faces const& faces) { m.growFromFaces(faces); }
+  static bool growAcrossOppositeEdges(Mesh& m, Faces const& faces) {
+    return m.growAcrossOppositeEdges(faces);
+  }
+  /// Every triangle in creation order: corners, then per edge the serial of the neighbour (-1 on
+  /// the boundary) and the edge index inside it; then each vertex's anchor serial (-1 when
+  /// floating), and the extra fan entries still kept per vertex.
+  static std::vector<std::int64_t> state(Mesh const& m) {
+    std::vector<std::int64_t> out;
+    auto const serial = [](Triangle const* t) {
+      return t == nullptr ? std::int64_t(-1) : std::int64_t(t->serial);
+    };
+    for (std::size_t s = 0; s < m.triangleCount; ++s) {
+      Triangle const* t = m.getTriangleBySerial(s);
+      for (int k = 0; k < 3; ++k)
+        out.insert(out.end(), {t->vertexIndices[k], serial(t->adjacentTriangles[k]),
+                               t->adjacentEdgeIndices[k]});
+    }
+    for (Triangle const* anchor : m.vertexTriangles)
+      out.push_back(serial(anchor));
+    for (std::uint32_t v = 0; v < m.vertexTriangles.size(); ++v)
+      if (auto const* entries = m.getMoreFanEntries(v))
+        for (Triangle const* t : *entries)
+          out.insert(out.end(), {v, serial(t)});
+    return out;
+  }
 };
 
 } // namespace QARN::Geometry::ThreeDimensional::TriMesh

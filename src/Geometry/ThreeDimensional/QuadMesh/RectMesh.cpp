@@ -8,8 +8,9 @@
 #include <cstddef>
 #include <cstdint>
 #include <cstdio>
+#include <cstdlib>
 #include <limits>
-#include <new>
+#include <utility>
 
 namespace QARN::Geometry::ThreeDimensional::QuadMesh {
 
@@ -48,15 +49,13 @@ RectMesh::RectMesh(RectMesh const& other) : RectMesh() {
 RectMesh& RectMesh::operator=(RectMesh const& other) {
   if (this == &other)
     return *this;
-  if (other.pointRows.empty()) {
+  if (!other.getHasStorage()) {
     uninit();
   } else {
     init(other.extents);
-    std::size_t const columns = static_cast<std::size_t>(extents.getdU()) + 1;
-    for (std::size_t v = 0; v < pointRows.size(); ++v) {
-      std::copy_n(other.pointRows[v].get(), columns, pointRows[v].get());
-      std::copy_n(other.flagRows[v].get(), columns, flagRows[v].get());
-    }
+    std::size_t const count = getStorageIndex(extents.getdU(), extents.getdV()) + 1;
+    std::copy_n(other.coordinates.get(), 3 * count, coordinates.get());
+    std::copy_n(other.flagBytes.get(), count, flagBytes.get());
   }
   meanQuadArea = other.meanQuadArea;
   minQuadArea = other.minQuadArea;
@@ -84,34 +83,30 @@ void RectMesh::init(TwoDimensional::Vector<std::uint32_t> const& newExtents) {
   std::uint64_t const rows = std::uint64_t{newExtents.getdV()} + 1;
   std::uint64_t const limit =
       static_cast<std::uint64_t>(std::numeric_limits<std::ptrdiff_t>::max());
-  std::uint64_t const bytesPerPoint = sizeof(Point) + sizeof(signed char);
-  std::uint64_t const rowPointerBytes = 2 * sizeof(void*);
-  if (columns > (limit - rowPointerBytes) / bytesPerPoint ||
-      rows > limit / (columns * bytesPerPoint + rowPointerBytes))
+  if (columns > limit / (3 * sizeof(float)) || rows > limit / (columns * 3 * sizeof(float)))
     throwInsufficientMemory();
-  try {
-    pointRows.resize(static_cast<std::size_t>(rows));
-    flagRows.resize(static_cast<std::size_t>(rows));
-  } catch (std::bad_alloc const&) {
-    uninit();
+  auto const count = static_cast<std::size_t>(columns * rows);
+  // Zeroed by the allocator: a large block comes from the system already cleared, untouched.
+  CoordinateBlock coordinateBlock(static_cast<float*>(std::calloc(3 * count, sizeof(float))));
+  FlagBlock flagBlock(static_cast<signed char*>(std::calloc(count, 1)));
+  if (!coordinateBlock || !flagBlock)
     throwInsufficientMemory();
-  }
-  for (std::size_t v = 0; v < rows; ++v) {
-    pointRows[v].reset(new (std::nothrow) Point[static_cast<std::size_t>(columns)]);
-    flagRows[v].reset(new (std::nothrow) signed char[static_cast<std::size_t>(columns)]());
-    if (!pointRows[v] || !flagRows[v]) {
-      uninit();
-      throwInsufficientMemory();
-    }
-  }
+  setStorage(newExtents, std::move(coordinateBlock), std::move(flagBlock));
+}
+
+void RectMesh::setStorage(TwoDimensional::Vector<std::uint32_t> const& newExtents,
+                          CoordinateBlock coordinateBlock, FlagBlock flagBlock) {
+  coordinates = std::move(coordinateBlock);
+  flagBytes = std::move(flagBlock);
   extents = newExtents;
+  isSearchReset = true;
   numberOfSearchPointsU = 1;
   numberOfSearchPointsV = 1;
 }
 
 void RectMesh::uninit() {
-  std::vector<std::unique_ptr<Point[]>>().swap(pointRows);
-  std::vector<std::unique_ptr<signed char[]>>().swap(flagRows);
+  coordinates.reset();
+  flagBytes.reset();
   std::vector<TwoDimensional::Point<int>>().swap(searchPoints);
   extents = TwoDimensional::Vector<std::uint32_t>();
   meanQuadArea = 0.0;
@@ -135,15 +130,15 @@ std::uint64_t RectMesh::getNumberOfMBs(std::uint32_t U, std::uint32_t V) {
 Point RectMesh::getPoint(TwoDimensional::Point<int> const& p) const {
   if (!getIsInBounds(p.getU(), p.getV()))
     return Point();
-  return pointRows[static_cast<std::size_t>(p.getV())][p.getU()];
+  return getStoredPoint(getStorageIndex(p.getU(), p.getV()));
 }
 
 void RectMesh::setPoint(TwoDimensional::Point<int> const& p, Point const& x) {
   if (!getIsInBounds(p.getU(), p.getV()))
     return;
-  auto const v = static_cast<std::size_t>(p.getV());
-  pointRows[v][p.getU()] = x;
-  flagRows[v][p.getU()] |= 1;
+  std::size_t const i = getStorageIndex(p.getU(), p.getV());
+  setStoredPoint(i, x);
+  setStoredFlags(i, static_cast<signed char>(getStoredFlags(i) | 1));
 }
 
 bool RectMesh::getFlag(char flags, PointFlagID id) const {
@@ -161,12 +156,12 @@ char RectMesh::setFlag(char flags, PointFlagID id, bool on) const {
 char RectMesh::getPointFlags(TwoDimensional::Point<int> const& p) const {
   if (!getIsInBounds(p.getU(), p.getV()))
     return 0;
-  return static_cast<char>(flagRows[static_cast<std::size_t>(p.getV())][p.getU()]);
+  return static_cast<char>(getStoredFlags(getStorageIndex(p.getU(), p.getV())));
 }
 
 void RectMesh::setPointFlags(TwoDimensional::Point<int> const& p, char const& flags) {
   if (getIsInBounds(p.getU(), p.getV()))
-    flagRows[static_cast<std::size_t>(p.getV())][p.getU()] = static_cast<signed char>(flags);
+    setStoredFlags(getStorageIndex(p.getU(), p.getV()), static_cast<signed char>(flags));
 }
 
 bool RectMesh::getPointFlag(TwoDimensional::Point<int> const& p, PointFlagID id) const {

@@ -179,7 +179,7 @@ void RectMesh::getRestrictedToAABB(BoundingBoxAA const& box, RectMesh& target) c
   std::int64_t const lastU = lastIndex(extents.getdU());
   std::int64_t const lastV = lastIndex(extents.getdV());
   std::int64_t uMin = lastU, uMax = 0, vMin = lastV, vMax = -1;
-  for (std::int64_t v = 0; v <= lastV && !pointRows.empty(); ++v)
+  for (std::int64_t v = 0; v <= lastV && getHasStorage(); ++v)
     for (std::int64_t u = 0; u <= lastU; ++u)
       if (isKept(gridPoint(u, v))) {
         uMin = std::min(uMin, u);
@@ -213,7 +213,7 @@ void RectMesh::getFlattened(RectMesh& target) const {
   }
   target.init(extents);
   double const s = std::sqrt(getMeanQuadArea());
-  for (std::int64_t v = 0; v <= lastIndex(extents.getdV()) && !pointRows.empty(); ++v)
+  for (std::int64_t v = 0; v <= lastIndex(extents.getdV()) && getHasStorage(); ++v)
     for (std::int64_t u = 0; u <= lastIndex(extents.getdU()); ++u) {
       GridPoint const p = gridPoint(u, v);
       if (!getIsPointValid(p))
@@ -237,8 +237,8 @@ void RectMesh::getNormalised(double quadSize, Vector const& centre, RectMesh& ta
     target.swapGrid(scratch);
     return;
   }
-  std::int64_t const lastU = pointRows.empty() ? -1 : lastIndex(extents.getdU());
-  std::int64_t const lastV = pointRows.empty() ? -1 : lastIndex(extents.getdV());
+  std::int64_t const lastU = !getHasStorage() ? -1 : lastIndex(extents.getdU());
+  std::int64_t const lastV = !getHasStorage() ? -1 : lastIndex(extents.getdV());
   Point const origin;
   Vector sum;
   std::uint64_t count = 0;
@@ -268,7 +268,7 @@ void RectMesh::getNormalised(double quadSize, Vector const& centre, RectMesh& ta
 }
 
 void RectMesh::transform(Point const& centre, AffineMap const& map) {
-  if (pointRows.empty())
+  if (!getHasStorage())
     return;
   for (std::int64_t v = 0; v <= lastIndex(extents.getdV()); ++v)
     for (std::int64_t u = 0; u <= lastIndex(extents.getdU()); ++u) {
@@ -298,7 +298,7 @@ void RectMesh::testArrayStripes(std::uint32_t aperture, double tolerance, std::u
   segmentCount = 0;
   passedCount = 0;
   stripes.clear();
-  if (pointRows.empty())
+  if (!getHasStorage())
     return;
   // NaN positions or a NaN tolerance fail the comparison, so such segments never pass.
   auto const isStraight = [&](std::int64_t u0, std::int64_t u1, std::int64_t v) {
@@ -339,15 +339,23 @@ void RectMesh::testArrayStripes(std::uint32_t aperture, double tolerance, std::u
 void RectMesh::flipWinding(CanonicalAxis axis) {
   if (axis != U && axis != V)
     throw Exception("Invalid scan flip axis");
-  if (axis == U) {
-    std::size_t const columns = static_cast<std::size_t>(extents.getdU()) + 1;
-    for (std::size_t v = 0; v < pointRows.size(); ++v) {
-      std::reverse(pointRows[v].get(), pointRows[v].get() + columns);
-      std::reverse(flagRows[v].get(), flagRows[v].get() + columns);
+  if (getHasStorage()) {
+    // Points (u, v) and (u', v') trade places with their flag bytes.
+    auto const exchange = [this](std::size_t i, std::size_t j) {
+      std::swap_ranges(&coordinates[3 * i], &coordinates[3 * i + 3], &coordinates[3 * j]);
+      std::swap(flagBytes[i], flagBytes[j]);
+    };
+    std::int64_t const lastU = extents.getdU();
+    std::int64_t const lastV = extents.getdV();
+    if (axis == U) {
+      for (std::int64_t v = 0; v <= lastV; ++v)
+        for (std::int64_t u = 0; u < lastU - u; ++u)
+          exchange(getStorageIndex(u, v), getStorageIndex(lastU - u, v));
+    } else {
+      for (std::int64_t v = 0; v < lastV - v; ++v)
+        for (std::int64_t u = 0; u <= lastU; ++u)
+          exchange(getStorageIndex(u, v), getStorageIndex(u, lastV - v));
     }
-  } else {
-    std::reverse(pointRows.begin(), pointRows.end());
-    std::reverse(flagRows.begin(), flagRows.end());
   }
   isSearchReset = true;
   // The start candidates must be valid quads again; the requested counts stay as they are.
@@ -360,7 +368,7 @@ void RectMesh::getQuadAreaDistribution(double min, double max, std::uint32_t bin
                                        std::uint32_t* counts, std::uint32_t* total) const {
   std::fill(counts, counts + bins, 0u);
   *total = 0;
-  if (bins == 0 || pointRows.empty())
+  if (bins == 0 || !getHasStorage())
     return;
   bool const isSpread = max > min;
   double const binCount = static_cast<double>(bins);
@@ -395,8 +403,8 @@ RectMesh RectMesh::makeScratch() {
 }
 
 void RectMesh::swapGrid(RectMesh& other) {
-  std::swap(pointRows, other.pointRows);
-  std::swap(flagRows, other.flagRows);
+  std::swap(coordinates, other.coordinates);
+  std::swap(flagBytes, other.flagBytes);
   std::swap(extents, other.extents);
   std::swap(meanQuadArea, other.meanQuadArea);
   std::swap(minQuadArea, other.minQuadArea);

@@ -92,7 +92,7 @@ void RectMesh::extendBoundaryBasic(std::uint32_t parameter, std::uint32_t margin
   // points. Within a step every position is computed before any is stored, so that the order
   // of the candidates does not matter.
   auto const isMarkedAt = [&](std::int64_t u, std::int64_t v) {
-    return getIsValidAt(u, v) && (flagRows[static_cast<std::size_t>(v)][u] & (1 << Marked)) != 0;
+    return getIsValidAt(u, v) && (getStoredFlags(getStorageIndex(u, v)) & (1 << Marked)) != 0;
   };
   std::int64_t shift = 0;
   for (bool const isAxisStep : {true, false}) {
@@ -132,8 +132,8 @@ void RectMesh::extendBoundaryBasic(std::uint32_t parameter, std::uint32_t margin
           continue;
         for (std::uint32_t j = 0; j < best; ++j) {
           std::int64_t const behind = j + 1;
-          Point const& x = pointRows[static_cast<std::size_t>(v - behind * directions[k][1])]
-                                    [u - behind * directions[k][0]];
+          Point const x = getStoredPoint(
+              getStorageIndex(u - behind * directions[k][0], v - behind * directions[k][1]));
           for (std::uint32_t i = 0; i < 3; ++i)
             sum[i] += extrapolationWeights[best - 1][j] * x.get(i);
         }
@@ -169,9 +169,12 @@ void RectMesh::enlargeDomain(std::uint32_t margin) {
   grown.init(TwoDimensional::Vector<std::uint32_t>(static_cast<std::uint32_t>(U),
                                                    static_cast<std::uint32_t>(V)));
   std::size_t const columns = static_cast<std::size_t>(extents.getdU()) + 1;
-  for (std::size_t v = 0; v < pointRows.size(); ++v) {
-    std::copy_n(pointRows[v].get(), columns, grown.pointRows[v + margin].get() + margin);
-    std::copy_n(flagRows[v].get(), columns, grown.flagRows[v + margin].get() + margin);
+  std::size_t const rows = getHasStorage() ? static_cast<std::size_t>(extents.getdV()) + 1 : 0;
+  for (std::size_t v = 0; v < rows; ++v) {
+    std::size_t const from = getStorageIndex(0, static_cast<std::int64_t>(v));
+    std::size_t const to = grown.getStorageIndex(margin, static_cast<std::int64_t>(v + margin));
+    std::copy_n(&coordinates[3 * from], 3 * columns, &grown.coordinates[3 * to]);
+    std::copy_n(&flagBytes[from], columns, &grown.flagBytes[to]);
   }
   swapGrid(grown);
   finishDerivedGrid(searchPointBudget);
@@ -204,7 +207,7 @@ std::vector<Edge> RectMesh::getBorderEdges() {
   Edge const first = getBoundaryEdge();
   std::size_t const columns = static_cast<std::size_t>(extents.getdU()) + 1;
   // Bit d of entry v·(U + 1) + u: the edge from (u, v) with orientation d has been walked.
-  std::vector<std::uint8_t> walked(columns * pointRows.size(), 0);
+  std::vector<std::uint8_t> walked(columns * (static_cast<std::size_t>(extents.getdV()) + 1), 0);
   auto const bit = [&](Edge const& e) -> std::uint8_t& {
     return walked[static_cast<std::size_t>(e.org().getV()) * columns +
                   static_cast<std::size_t>(e.org().getU())];
@@ -229,9 +232,9 @@ std::vector<Edge> RectMesh::getBorderEdges() {
   std::int64_t const U = std::min<std::int64_t>(extents.getdU(), maxExtent);
   std::int64_t const V = std::min<std::int64_t>(extents.getdV(), maxExtent);
   for (std::int64_t v = 0; v <= V; ++v) {
-    signed char const* const below = v > 0 ? flagRows[v - 1].get() : nullptr;
-    signed char const* const row = flagRows[v].get();
-    signed char const* const above = v < V ? flagRows[v + 1].get() : nullptr;
+    signed char const* const row = &flagBytes[getStorageIndex(0, v)];
+    signed char const* const below = v > 0 ? row - columns : nullptr;
+    signed char const* const above = v < V ? row + columns : nullptr;
     for (std::int64_t u = 0; u <= U; ++u) {
       if ((row[u] & 1) == 0)
         continue;

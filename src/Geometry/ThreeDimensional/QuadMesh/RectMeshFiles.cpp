@@ -5,9 +5,11 @@
 #include <Progress/ProgressStage.h>
 
 #include <algorithm>
+#include <cstdlib>
 #include <cstring>
 #include <fstream>
 #include <limits>
+#include <type_traits>
 #include <typeinfo>
 #include <utility>
 #include <vector>
@@ -29,6 +31,10 @@ constexpr std::size_t blockSize = 24 * 43690;
 
 [[noreturn]] void throwInvalidFile() {
   throw Exception("Invalid .quads file.");
+}
+
+[[noreturn]] void throwInsufficientMemory() {
+  throw Exception("Insufficient memory to initialise quad-mesh.");
 }
 
 // Fields are little-endian; a little-endian host copies them as they are.
@@ -147,22 +153,11 @@ std::uint64_t getRemainingBytes(std::istream& in) {
   return static_cast<std::uint64_t>(end - position);
 }
 
-/// Counts the flag bytes with the validity bit among the next n bytes, then returns to where
-/// it started. The caller has checked that n bytes are there.
-std::uint64_t countValidFlags(std::istream& in, std::uint64_t n) {
-  std::streamoff const start = in.tellg();
-  std::vector<unsigned char> buffer(
-      static_cast<std::size_t>(std::min<std::uint64_t>(n, blockSize)));
-  std::uint64_t count = 0;
-  while (n > 0) {
-    std::size_t const chunk = static_cast<std::size_t>(std::min<std::uint64_t>(n, buffer.size()));
-    readBytes(in, buffer.data(), chunk);
-    for (std::size_t i = 0; i < chunk; ++i)
-      count += buffer[i] & 1u;
-    n -= chunk;
-  }
-  in.seekg(start);
-  return count;
+/// Uninitialised memory for count items of size bytes; null when it cannot be had.
+void* allocate(std::uint64_t count, std::size_t size) {
+  if (count > std::numeric_limits<std::size_t>::max() / size)
+    return nullptr;
+  return std::malloc(static_cast<std::size_t>(count) * size);
 }
 
 /// Collects output bytes and writes them to the stream in large chunks.
@@ -223,34 +218,151 @@ void forEachGridPoint(TwoDimensional::Vector<std::uint32_t> const& extents, Visi
   }
 }
 
-/// Reads a point block of `records` records in large chunks, visiting the grid points v outer
-/// and u inner: each point p for which hasRecord(p) holds takes the next record, which is
-/// handed to store(p, point) once all three coordinates are read. The caller has checked that
-/// the block is in the file.
-template <typename Coordinate, typename HasRecord, typename Store>
-void readPointBlock(std::istream& in, std::uint64_t records,
-                    TwoDimensional::Vector<std::uint32_t> const& extents, HasRecord hasRecord,
-                    Store store) {
-  constexpr std::size_t recordSize = 3 * Coordinate::width;
-  std::uint64_t remaining = records * recordSize;
-  std::vector<unsigned char> buffer(
-      static_cast<std::size_t>(std::min<std::uint64_t>(remaining, blockSize)));
+/// The bits of eight flag bytes that say whether each point is valid.
+constexpr std::uint64_t validityBits = 0x0101010101010101u;
+
+/// Flag bytes with the validity bit among the first n.
+std::size_t countValid(signed char const* flags, std::size_t n) {
+  std::size_t count = 0;
+  for (std::size_t i = 0; i < n; ++i)
+    count += static_cast<unsigned char>(flags[i]) & 1u;
+  return count;
+}
+
+/// Flag bytes with the validity bit among the next n bytes of the stream, read through a small
+/// buffer. The caller has checked that n bytes are there.
+std::uint64_t countValidFlags(std::istream& in, std::uint64_t n) {
+  std::vector<signed char> buffer(static_cast<std::size_t>(std::min<std::uint64_t>(n, blockSize)));
+  std::uint64_t count = 0;
+  while (n > 0) {
+    std::size_t const chunk = static_cast<std::size_t>(std::min<std::uint64_t>(n, buffer.size()));
+    readBytes(in, buffer.data(), chunk);
+    count += countValid(buffer.data(), chunk);
+    n -= chunk;
+  }
+  return count;
+}
+
+/// The end of the run of points from i (below n) that are valid exactly when point i is.
+std::size_t getRunEnd(signed char const* flags, std::size_t i, std::size_t n) {
+  bool const valid = (flags[i] & 1) != 0;
+  std::uint64_t const pattern = valid ? validityBits : 0;
+  std::size_t j = i + 1;
+  // Eight points at a time while all of them match, then point by point.
+  for (std::uint64_t word; j + 8 <= n; j += 8) {
+    std::memcpy(&word, flags + j, sizeof word);
+    if (((word ^ pattern) & validityBits) != 0)
+      break;
+  }
+  while (j < n && ((flags[j] & 1) != 0) == valid)
+    ++j;
+  return j;
+}
+
+/// A sequential reader of a point block whose bytes are all in the file (checked by the
+/// caller): records are served from a buffer of whole records, and long stretches go straight
+/// from the file into their destination.
+class BlockReader {
+public:
+  BlockReader(std::istream& in, std::uint64_t size)
+      : in(in), remaining(size),
+        buffer(static_cast<std::size_t>(std::min<std::uint64_t>(size, blockSize))) {}
+
+  /// The next record of n bytes (n divides blockSize).
+  unsigned char const* next(std::size_t n) {
+    if (position == filled)
+      refill();
+    unsigned char const* const record = buffer.data() + position;
+    position += n;
+    return record;
+  }
+
+  /// Copies the next n bytes (whole records) to destination.
+  void read(void* destination, std::size_t n) {
+    auto* out = static_cast<unsigned char*>(destination);
+    std::size_t const buffered = std::min(n, filled - position);
+    std::memcpy(out, buffer.data() + position, buffered);
+    position += buffered;
+    out += buffered;
+    n -= buffered;
+    if (n >= buffer.size()) {
+      readBytes(in, out, n);
+      remaining -= n;
+    } else if (n > 0) {
+      refill();
+      std::memcpy(out, buffer.data(), n);
+      position = n;
+    }
+  }
+
+private:
+  void refill() {
+    filled = static_cast<std::size_t>(std::min<std::uint64_t>(remaining, buffer.size()));
+    readBytes(in, buffer.data(), filled);
+    remaining -= filled;
+    position = 0;
+  }
+
+  std::istream& in;
+  std::uint64_t remaining;
+  std::vector<unsigned char> buffer;
   std::size_t position = 0;
   std::size_t filled = 0;
-  forEachGridPoint(extents, [&](GridPoint const& p) {
-    if (!hasRecord(p))
-      return;
-    if (position == filled) {
-      filled = static_cast<std::size_t>(std::min<std::uint64_t>(remaining, buffer.size()));
-      readBytes(in, buffer.data(), filled);
-      remaining -= filled;
-      position = 0;
+};
+
+/// Fills the coordinates (three floats a point) of the n points from the point block. A valid
+/// point takes the next record; an invalid one takes the next record too when every point has
+/// one (version 0), dropping it, and is set to the origin. Float records of a little-endian file
+/// on a little-endian host are the stored form and are copied as they are, a run of valid
+/// points at a time. Should a read fail, the points not read are set to the origin before the
+/// exception leaves.
+template <typename Coordinate>
+void readCoordinates(std::istream& in, std::uint64_t records, signed char const* flags, float* xyz,
+                     std::size_t n, bool everyPointHasRecord) {
+  constexpr std::size_t recordSize = 3 * Coordinate::width;
+  constexpr bool isStoredForm = std::is_same_v<Coordinate, FloatCoordinate> && isLittleEndianHost;
+  BlockReader reader(in, records * recordSize);
+  std::size_t i = 0;
+  try {
+    while (i < n) {
+      std::size_t const end = getRunEnd(flags, i, n);
+      if ((flags[i] & 1) == 0) {
+        std::fill(xyz + 3 * i, xyz + 3 * end, 0.0f);
+        for (std::size_t k = i; k < end && everyPointHasRecord; ++k)
+          reader.next(recordSize);
+      } else if constexpr (isStoredForm) {
+        reader.read(xyz + 3 * i, (end - i) * recordSize);
+      } else {
+        for (std::size_t k = i; k < end; ++k) {
+          unsigned char const* const b = reader.next(recordSize);
+          // As a Point stores the coordinates it is given.
+          for (std::size_t c = 0; c < 3; ++c)
+            xyz[3 * k + c] = static_cast<float>(Coordinate::get(b + c * Coordinate::width));
+        }
+      }
+      i = end;
     }
-    unsigned char const* const b = buffer.data() + position;
-    position += recordSize;
-    store(p, Point(Coordinate::get(b), Coordinate::get(b + Coordinate::width),
-                   Coordinate::get(b + 2 * Coordinate::width)));
-  });
+  } catch (...) {
+    std::fill(xyz + 3 * i, xyz + 3 * n, 0.0f);
+    throw;
+  }
+}
+
+/// Marks each valid point of a grid of validity flags (0 or 1) Boundary when one of its in-grid
+/// neighbours (±u, ±v) is invalid, else Interior.
+void markRegions(signed char* flags, std::size_t columns, std::size_t rows) {
+  auto const isInvalid = [flags](std::size_t i) { return (flags[i] & 1) == 0; };
+  for (std::size_t v = 0; v < rows; ++v)
+    for (std::size_t u = 0; u < columns; ++u) {
+      std::size_t const i = v * columns + u;
+      if (isInvalid(i))
+        continue;
+      bool const boundary = (u + 1 < columns && isInvalid(i + 1)) || (u > 0 && isInvalid(i - 1)) ||
+                            (v + 1 < rows && isInvalid(i + columns)) ||
+                            (v > 0 && isInvalid(i - columns));
+      flags[i] = static_cast<signed char>(
+          flags[i] | (boundary ? 1 << RectMesh::Boundary : 1 << RectMesh::Interior));
+    }
 }
 
 /// x, y and z of every point for which isValid holds, read through the virtual getPoint, v
@@ -310,7 +422,7 @@ void RectMesh::save(char const* fileName) {
   std::uint64_t count = 0;
   forEachGridPoint(extents, [&](GridPoint const& p) {
     // An empty mesh is written as one invalid point.
-    *writer.reserve(1) = pointRows.empty() ? 0 : flagRows[p.getV()][p.getU()];
+    *writer.reserve(1) = static_cast<unsigned char>(getPointFlags(p));
     flagStage.step(count++);
   });
   auto const isValid = [this](GridPoint const& p) { return getIsValidAt(p.getU(), p.getV()); };
@@ -422,32 +534,34 @@ void RectMesh::load(char const* fileName) {
   calculateSearchPoints(searchPointBudget, numberOfSearchPointsU, numberOfSearchPointsV);
 }
 
+// Both versions read the flag block straight into a new flag block, before the old grid is
+// given up, so that a file refused for a short point block leaves the mesh as it was; then the
+// old grid goes, and the points are read straight into the new coordinates, once.
 void RectMesh::loadv0(QuadFileHeader const& header, std::ifstream& in) {
   TwoDimensional::Vector<std::uint32_t> const size(header.quadCountU, header.quadCountV);
   std::uint64_t const points = getPointCount(size);
   std::uint64_t const available = getRemainingBytes(in);
   if (available < points || (available - points) / (3 * DoubleCoordinate::width) < points)
     throwInvalidFile();
-  init(size);
+  auto const n = static_cast<std::size_t>(points);
+  FlagBlock flags(static_cast<signed char*>(allocate(n, 1)));
+  if (!flags) {
+    clear();
+    throwInsufficientMemory();
+  }
+  readBytes(in, flags.get(), n);
+  for (std::size_t i = 0; i < n; ++i)
+    flags[i] = flags[i] != 0 ? 1 : 0;
+  markRegions(flags.get(), std::size_t{size.getdU()} + 1, std::size_t{size.getdV()} + 1);
+  clear();
+  CoordinateBlock xyz(static_cast<float*>(allocate(n, 3 * sizeof(float))));
+  if (!xyz)
+    throwInsufficientMemory();
+  setStorage(size, std::move(xyz), std::move(flags));
   meanQuadArea = header.meanQuadArea;
   minQuadArea = header.minQuadArea;
   maxQuadArea = header.maxQuadArea;
-  std::size_t const rowLength = std::size_t(header.quadCountU) + 1;
-  for (auto const& row : flagRows) {
-    readBytes(in, row.get(), rowLength);
-    for (std::size_t u = 0; u < rowLength; ++u)
-      row[u] = row[u] != 0 ? 1 : 0;
-  }
-  readPointBlock<DoubleCoordinate>(
-      in, points, size, [](GridPoint const&) { return true; },
-      [this](GridPoint const& p, Point const& x) {
-        if (flagRows[p.getV()][p.getU()] != 0)
-          setPoint(p, x);
-      });
-  forEachGridPoint(size, [this](GridPoint const& p) {
-    if (getIsPointValid(p))
-      setPointFlag(p, getIsBoundaryPoint(p) ? Boundary : Interior, true);
-  });
+  readCoordinates<DoubleCoordinate>(in, points, flagBytes.get(), coordinates.get(), n, true);
 }
 
 void RectMesh::loadv1(QuadFileHeader const& header, std::ifstream& in) {
@@ -457,29 +571,37 @@ void RectMesh::loadv1(QuadFileHeader const& header, std::ifstream& in) {
   std::uint64_t const available = getRemainingBytes(in);
   if (available < points)
     throwInvalidFile();
-  std::uint64_t const records = countValidFlags(in, points);
+  auto const n = static_cast<std::size_t>(points);
+  FlagBlock flags(static_cast<signed char*>(allocate(n, 1)));
+  std::uint64_t records = 0;
+  if (flags) {
+    readBytes(in, flags.get(), n);
+    records = countValid(flags.get(), n);
+  } else {
+    // Without memory for the flags, the file is still refused first when it is short.
+    records = countValidFlags(in, points);
+  }
   if ((available - points) / recordSize < records)
     throwInvalidFile();
-  init(size);
+  clear();
+  CoordinateBlock xyz(static_cast<float*>(allocate(n, 3 * sizeof(float))));
+  if (!flags || !xyz)
+    throwInsufficientMemory();
+  setStorage(size, std::move(xyz), std::move(flags));
   meanQuadArea = header.meanQuadArea;
   minQuadArea = header.minQuadArea;
   maxQuadArea = header.maxQuadArea;
   meshName = header.meshName;
-  for (auto const& row : flagRows)
-    readBytes(in, row.get(), std::uint64_t(header.quadCountU) + 1);
-  auto const hasRecord = [this](GridPoint const& p) {
-    return (flagRows[p.getV()][p.getU()] & 1) != 0;
-  };
-  auto const store = [this](GridPoint const& p, Point const& x) { setPoint(p, x); };
+  float* const out = coordinates.get();
   switch (header.coordinateDataType) {
   case QuadFileHeader::Float:
-    readPointBlock<FloatCoordinate>(in, records, size, hasRecord, store);
+    readCoordinates<FloatCoordinate>(in, records, flagBytes.get(), out, n, false);
     break;
   case QuadFileHeader::Double:
-    readPointBlock<DoubleCoordinate>(in, records, size, hasRecord, store);
+    readCoordinates<DoubleCoordinate>(in, records, flagBytes.get(), out, n, false);
     break;
   case QuadFileHeader::Int:
-    readPointBlock<IntCoordinate>(in, records, size, hasRecord, store);
+    readCoordinates<IntCoordinate>(in, records, flagBytes.get(), out, n, false);
     break;
   }
 }

@@ -121,7 +121,8 @@ void Mesh::getTriangles(std::vector<Triangle*>& list, std::vector<Triangle*>::co
 
 void Mesh::clear() {
   vertexTriangles.clear();
-  moreFanEntries.clear();
+  moreFanIndex.clear();
+  moreFanLists.clear();
   vertices.clear();
   for (std::size_t s = 0; s < triangleCount; ++s)
     getTriangleBySerial(s)->~Triangle();

@@ -5,6 +5,7 @@
 #include <Progress/ProgressStage.h>
 #include <QARN/Exception.h>
 
+#include <algorithm>
 #include <array>
 #include <cstdio>
 #include <fstream>
@@ -56,21 +57,25 @@ std::size_t getRemainingSize(std::FILE* file, std::size_t position) {
   return end > static_cast<long>(position) ? static_cast<std::size_t>(end) - position : 0;
 }
 
-/// The whole file. Its size is asked only once it has given some bytes: a directory opens but
-/// reads nothing (as reading it character by character would), and reports an absurd size.
-std::string readFile(char const* name) {
+/// The whole file, in a scanner. Its size is asked only once it has given some bytes: a
+/// directory opens but reads nothing (as reading it character by character would), and reports
+/// an absurd size.
+MeshTextScanner readFile(char const* name) {
   File const file(std::fopen(name, "rb"));
   if (!file)
     throw Exception("Cannot open file");
-  std::string text(std::size_t(1) << 16, '\0');
-  std::size_t size = std::fread(&text[0], 1, text.size(), file.get());
+  std::size_t capacity = std::size_t(1) << 16;
+  std::unique_ptr<char[]> buffer(new char[capacity + MeshTextScanner::padding]);
+  std::size_t size = std::fread(buffer.get(), 1, capacity, file.get());
   // Until fread gives less than asked: the end of the file, or a read error.
-  for (bool first = true; size == text.size(); first = false) {
-    text.resize(first ? size + getRemainingSize(file.get(), size) + 1 : 2 * text.size());
-    size += std::fread(&text[size], 1, text.size() - size, file.get());
+  for (bool first = true; size == capacity; first = false) {
+    capacity = first ? size + getRemainingSize(file.get(), size) + 1 : 2 * capacity;
+    std::unique_ptr<char[]> larger(new char[capacity + MeshTextScanner::padding]);
+    std::copy_n(buffer.get(), size, larger.get());
+    buffer = std::move(larger);
+    size += std::fread(buffer.get() + size, 1, capacity - size, file.get());
   }
-  text.resize(size);
-  return text;
+  return MeshTextScanner(std::move(buffer), size);
 }
 
 } // namespace
@@ -177,8 +182,7 @@ FileContents Mesh::load(char const* name) {
     listener->setStatusText(("Initialising file load: " + parts.shortName + ".").c_str());
   clear();
   cutEdgeIndices = CutEdgeIndices();
-  std::string const text = readFile(name);
-  MeshTextScanner scanner(text);
+  MeshTextScanner scanner = readFile(name);
 
   // 3-D points: "v" and three numbers. The count of "v " only scales the progress. The numbers
   // are gathered first so that the vertices are built in place, once.

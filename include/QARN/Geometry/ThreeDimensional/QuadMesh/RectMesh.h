@@ -21,6 +21,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <cstdlib>
 #include <iosfwd>
 #include <memory>
 #include <string>
@@ -105,21 +106,59 @@ private:
   void uninit();
   /// Valid point and one of its in-grid neighbours (+u, −u, +v, −v) is invalid.
   bool getIsBoundaryPoint(TwoDimensional::Point<int> const& p) const;
-  /// Approximate memory of a (U + 1) × (V + 1)-point grid in MiB, at 25 bytes a point.
+  /// The analytic builders' memory estimate of a (U + 1) × (V + 1)-point grid in MiB, at 25
+  /// bytes a point (the grid itself takes 13).
   static std::uint64_t getNumberOfMBs(std::uint32_t U, std::uint32_t V);
   bool getIsInBounds(std::int64_t u, std::int64_t v) const {
-    return !pointRows.empty() && u >= 0 && v >= 0 && u <= extents.getdU() && v <= extents.getdV();
+    return getHasStorage() && u >= 0 && v >= 0 && u <= extents.getdU() && v <= extents.getdV();
   }
   bool getIsValidAt(std::int64_t u, std::int64_t v) const {
-    return getIsInBounds(u, v) && (flagRows[static_cast<std::size_t>(v)][u] & 1) != 0;
+    return getIsInBounds(u, v) && (flagBytes[getStorageIndex(u, v)] & 1) != 0;
   }
   bool getIsQuadValidAt(std::int64_t u, std::int64_t v) const {
     return getIsValidAt(u, v) && getIsValidAt(u + 1, v) && getIsValidAt(u, v + 1) &&
            getIsValidAt(u + 1, v + 1);
   }
 
-  std::vector<std::unique_ptr<Point[]>> pointRows;
-  std::vector<std::unique_ptr<signed char[]>> flagRows;
+  // ---- Grid storage: every access to the two blocks below goes through these ----
+
+  /// False for an empty mesh, which has no points at all.
+  bool getHasStorage() const { return flagBytes != nullptr; }
+  /// Position of grid point (u, v) in the blocks, v·(U + 1) + u; (u, v) must be in bounds.
+  std::size_t getStorageIndex(std::int64_t u, std::int64_t v) const {
+    return static_cast<std::size_t>(v) * (std::size_t{extents.getdU()} + 1) +
+           static_cast<std::size_t>(u);
+  }
+  /// The point stored at index i, its floats as they are.
+  Point getStoredPoint(std::size_t i) const {
+    float const* const xyz = &coordinates[3 * i];
+    return Point(xyz[0], xyz[1], xyz[2]);
+  }
+  void setStoredPoint(std::size_t i, Point const& x) {
+    float* const xyz = &coordinates[3 * i];
+    xyz[0] = x.getX();
+    xyz[1] = x.getY();
+    xyz[2] = x.getZ();
+  }
+  signed char getStoredFlags(std::size_t i) const { return flagBytes[i]; }
+  void setStoredFlags(std::size_t i, signed char flags) { flagBytes[i] = flags; }
+
+  /// Releases a block of std::malloc or std::calloc.
+  struct StorageDeleter {
+    void operator()(void* block) const { std::free(block); }
+  };
+  using CoordinateBlock = std::unique_ptr<float[], StorageDeleter>;
+  using FlagBlock = std::unique_ptr<signed char[], StorageDeleter>;
+  /// Installs blocks for U × V quads as the grid, replacing the old one; the search restarts
+  /// from requested counts of 1, as after init.
+  void setStorage(TwoDimensional::Vector<std::uint32_t> const& extents,
+                  CoordinateBlock coordinateBlock, FlagBlock flagBlock);
+
+  /// The grid in row order, v outer and u inner: each point as its three floats x, y, z, in
+  /// packed 12-byte records (a .quads file's float record), and its flag byte. Both null in an
+  /// empty mesh.
+  CoordinateBlock coordinates;
+  FlagBlock flagBytes;
   TwoDimensional::Vector<std::uint32_t> extents;
   double meanQuadArea = 0.0;
   double minQuadArea = 0.0;
@@ -375,7 +414,12 @@ public:
   /// extension. A file that is shorter than its header says, whose name field has no NUL or
   /// whose U or V is 2^31 − 1 or more throws "Invalid .quads file." before the grid is touched;
   /// so do unsupported versions ("Unsupported .quad file version.") and coordinate types
-  /// ("Unsupported coordinate data-type").
+  /// ("Unsupported coordinate data-type"). The flag and point blocks are read once, straight
+  /// into the new grid; the old grid is freed before the new points are allocated. Without
+  /// memory for the new grid, "Insufficient memory to initialise quad-mesh." leaves the mesh
+  /// empty. Should reading fail after that (the file shrinking meanwhile), "Invalid .quads
+  /// file." leaves the new grid with the flags and the points read so far, the others at the
+  /// origin.
   void load(char const* fileName);
   /// U, V and the mean, smallest and largest quad area from a .quads file's header, without
   /// reading its points. Throws as load does for an unreadable or malformed header.

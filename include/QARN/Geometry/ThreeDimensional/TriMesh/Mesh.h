@@ -203,11 +203,23 @@ private:
   // Construction (MeshConstruction.cpp).
   bool addFloatingTriangle(std::vector<std::uint32_t> const& indices);
   bool addBoundaryTriangle(Edge const& edge, std::int32_t vertexIndex);
+  /// Creates the triangle (edge.dest(), edge.org(), z) across the boundary edge and glues it
+  /// there and to the given boundary edges z->org and dest->z (null where there is none).
+  void attachTriangle(Edge const& edge, std::uint32_t z, Edge const* toOrg, Edge const* fromDest);
   bool getBoundaryEdgeFromFans(std::uint32_t v, std::uint32_t w, Edge* out) const;
+  /// The list of further fan entries of vertex v, or null.
+  std::vector<Triangle*>* getMoreFanEntries(std::uint32_t v);
+  std::vector<Triangle*> const* getMoreFanEntries(std::uint32_t v) const;
+  void addFanEntry(std::uint32_t v, Triangle* triangle);
   void replaceFanEntry(std::uint32_t v, Triangle* old, Triangle* triangle);
   void removeFanEntry(std::uint32_t v, Triangle* triangle);
   /// Grows the connectivity from the first face across shared edges, in file order.
   void constructFromFaces(std::vector<Face> const& faces);
+  /// The growth for any faces, keyed by directed edges.
+  void growFromFaces(std::vector<Face> const& faces);
+  /// The same growth where every face has three distinct corners below the vertex count and no
+  /// directed edge occurs twice; false, having done nothing, for other faces.
+  bool growAcrossOppositeEdges(std::vector<Face> const& faces);
 
   // Files (MeshFiles.cpp).
   std::string const getCutEdgeIndicesFileName(std::string const& baseName) const;
@@ -231,9 +243,13 @@ private:
   /// that a triangle costs no allocation of its own.
   std::vector<std::unique_ptr<Triangle, TriangleBlockDeleter>> triangleBlocks;
   std::size_t triangleCount = 0;
-  /// While a mesh is grown: per vertex, the fans' first triangles after its anchor (see
-  /// MeshConstruction.cpp); sized only once some vertex has more than one fan.
-  std::vector<std::vector<Triangle*>> moreFanEntries;
+  /// While a mesh is grown: the fans' first triangles after its anchor (see
+  /// MeshConstruction.cpp), for the few vertices that have more than one fan. The list of vertex
+  /// v is moreFanLists[moreFanIndex[v]] unless moreFanIndex has no such entry or it is
+  /// noFanList; moreFanIndex is sized once some vertex has more than one fan.
+  static constexpr std::uint32_t noFanList = 0xFFFFFFFFu;
+  std::vector<std::uint32_t> moreFanIndex;
+  std::vector<std::vector<Triangle*>> moreFanLists;
 };
 
 } // namespace QARN::Geometry::ThreeDimensional::TriMesh
