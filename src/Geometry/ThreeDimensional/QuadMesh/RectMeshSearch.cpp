@@ -1,6 +1,7 @@
 #include <QARN/Geometry/ThreeDimensional/QuadMesh/RectMesh.h>
 #include <QARN/Geometry/ThreeDimensional/Utility/Utility.h>
 
+#include <Geometry/ThreeDimensional/QuadMesh/BeamSpace.h>
 #include <Geometry/ThreeDimensional/QuadMesh/GridIndex.h>
 #include <Geometry/ThreeDimensional/QuadMesh/QuadDualBasis.h>
 
@@ -56,8 +57,31 @@ int wrapToInt(std::int64_t x) {
   return static_cast<int>(static_cast<std::uint32_t>(x));
 }
 
+/// The last few quads a walk has visited, to do something once per quad.
+class RecentQuads {
+public:
+  bool contains(GridPoint const& q) const {
+    for (std::uint32_t i = 0; i < count; ++i)
+      if (quads[i] == q)
+        return true;
+    return false;
+  }
+  void add(GridPoint const& q) {
+    quads[next] = q;
+    next = (next + 1) % capacity;
+    count = std::min(count + 1, capacity);
+  }
+
+private:
+  static constexpr std::uint32_t capacity = 4;
+  GridPoint quads[capacity];
+  std::uint32_t next = 0;
+  std::uint32_t count = 0;
+};
+
 } // namespace
 
+EdgeRule RectMesh::edgeRule = EdgeRule::Strict;
 std::uint32_t RectMesh::maxDoNMoreTimes = 0;
 std::uint32_t RectMesh::searchDivideByNTimes = 4;
 
@@ -103,47 +127,146 @@ QuadIndicesIntersectionStatus RectMesh::getIntersection(Point const& position,
   return getIntersectionStatus(position, direction, true);
 }
 
+/// A beam query's fixed data: the ray, the sense of the normals, and the edge rule with, for
+/// the watertight rule, the beam's own space.
+struct RectMesh::Beam {
+  Beam(Point const& position, Vector const& direction, bool doFlipNormals)
+      : position(position), direction(direction), sense(doFlipNormals ? -1.0 : 1.0),
+        isWatertight(edgeRule == EdgeRule::Watertight), space(position, direction) {}
+
+  Point const& position;
+  Vector const& direction;
+  double sense;
+  bool isWatertight;
+  BeamSpace space;
+};
+
+bool RectMesh::getDoesIntersectCorners(Point const (&corners)[4], Beam const& beam, Point& hitPoint,
+                                       QuadIntersectionData* data) {
+  BeamPoint projected[4];
+  if (beam.isWatertight)
+    for (int i = 0; i < 4; ++i)
+      projected[i] = beam.space.project(corners[i]);
+  bool inside = false;
+  for (std::uint32_t k = 0; k < 2 && !inside; ++k) {
+    // Triangle k: the corner, then the two corners after corner k in counter-clockwise order.
+    Point const& from = corners[0];
+    Point const& second = corners[k + 1];
+    Point const& third = corners[k + 2];
+    bool const isOwned =
+        beam.isWatertight && getIsBeamInside(projected[0], projected[k + 1], projected[k + 2]);
+    // The plane hit of a triangle the beam misses is replaced by the next triangle's.
+    if (beam.isWatertight && !isOwned && k == 0)
+      continue;
+    Vector const n = (second - from).cross(third - from);
+    double const t = (from - beam.position).dot(n) / beam.direction.dot(n);
+    hitPoint = beam.position + beam.direction * t;
+    if (beam.isWatertight) {
+      inside = isOwned;
+    } else {
+      // Strictly inside every edge, tested in order: a point on an edge is outside.
+      Point const* triangle[3] = {&from, &second, &third};
+      inside = true;
+      for (int i = 0; i < 3 && inside; ++i) {
+        Point const& a = *triangle[i];
+        Point const& b = *triangle[(i + 1) % 3];
+        inside = n.cross(b - a).dot(hitPoint - a) > 0.0;
+      }
+    }
+    if (!inside || data == nullptr)
+      continue;
+    double const distance = std::sqrt((hitPoint - beam.position).lSqr());
+    if (distance < measuredDistanceCeiling) {
+      double const angle =
+          std::atan2(std::sqrt(n.cross(beam.direction).lSqr()), beam.sense * n.dot(beam.direction));
+      Vector const a = corners[1] - corners[0];
+      Vector const b = corners[3] - corners[0];
+      Point const centre = corners[0] + (a + b) * 0.5;
+      *data =
+          QuadIntersectionData(t > 0.0 ? distance : -distance, angle, (hitPoint - centre).lSqr());
+    }
+  }
+  return inside;
+}
+
 bool RectMesh::getWalkedIntersection(GridPoint const& start, Point const& position,
                                      Vector const& direction, GridPoint& quad, Point& hitPoint,
                                      QuadIntersectionData& data) const {
   if (!getIsPointInBounds(start))
     return false;
+  Beam const beam(position, direction, doFlipNormals);
   std::int64_t const maxStepU = std::int64_t{extents.getdU()} + 1;
   std::int64_t const maxStepV = std::int64_t{extents.getdV()} + 1;
   GridPoint current = start;
+  RecentQuads probed;
   std::uint32_t invalidRun = 0;
+  Point corners[4];
   for (std::uint32_t steps = 0;; ++steps) {
-    if (getDoesIntersectQuad(current, position, direction, hitPoint, &data)) {
-      quad = current;
-      return true;
-    }
     std::int64_t const cu = current.getU();
     std::int64_t const cv = current.getV();
     // Only a start can lie on the top or right rim, where the quad has no far corners to take
     // a step from.
-    if (steps >= maximumWalkSteps || !getIsInBounds(cu + 1, cv + 1))
+    bool const hasFarCorners = getIsInBounds(cu + 1, cv + 1);
+    if (hasFarCorners)
+      getQuadCorners(current, corners);
+    if (getIsQuadValid(current) && getDoesIntersectCorners(corners, beam, hitPoint, &data)) {
+      quad = current;
+      return true;
+    }
+    if (steps >= maximumWalkSteps || !hasFarCorners)
       return false;
 
     // Where the ray meets the plane of the current quad, in the quad's own (u, v) units.
-    auto const [a, b] = getQuadBasis(current);
+    Vector const a = corners[1] - corners[0];
+    Vector const b = corners[3] - corners[0];
     QuadDualBasis const dual(a, b);
-    Point const centre = getPoint(current) + (a + b) * 0.5;
+    Point const centre = corners[0] + (a + b) * 0.5;
     Vector const normal = a.cross(b) / std::sqrt(dual.det);
     double const t = (centre - position).dot(normal) / direction.dot(normal);
     Vector const offsetInPlane = (position + direction * t) - centre;
-    double const stepU = round(offsetInPlane.dot(dual.aDual));
-    double const stepV = round(offsetInPlane.dot(dual.bDual));
+    double const offsetU = offsetInPlane.dot(dual.aDual);
+    double const offsetV = offsetInPlane.dot(dual.bDual);
+    double const stepU = round(offsetU);
+    double const stepV = round(offsetV);
     if (!std::isfinite(stepU) || !std::isfinite(stepV))
       return false;
     std::int64_t const du =
         std::clamp(GridIndex::saturatingCast<std::int64_t>(stepU), -maxStepU, maxStepU);
     std::int64_t const dv =
         std::clamp(GridIndex::saturatingCast<std::int64_t>(stepV), -maxStepV, maxStepV);
-    if (du == 0 && dv == 0)
+    GridPoint next(GridIndex::clampToInt(cu + du), GridIndex::clampToInt(cv + dv));
+    bool const isStuck = du == 0 && dv == 0;
+    bool isValidNext = getIsQuadValid(next);
+    // With watertight edges the beam may lie exactly on an edge or a corner that a neighbour
+    // owns, where a step by the rounded offsets can round to nothing, circle the corner or lead
+    // off the valid quads (an offset of exactly one half rounds up). So where the beam is next
+    // door, the eight neighbours are tried, the step's own target first, once per quad.
+    if (beam.isWatertight) {
+      bool const isNextDoor = du >= -1 && du <= 1 && dv >= -1 && dv <= 1;
+      if ((isNextDoor || !isValidNext) && !probed.contains(current)) {
+        probed.add(current);
+        if (getNeighbourIntersection(current, isNextDoor ? next : current, offsetU, offsetV, beam,
+                                     quad, hitPoint, data))
+          return true;
+      }
+      if (isStuck)
+        return false;
+      if (!isValidNext) {
+        // Slide along the edge of the valid quads: keep the part of the step that stays on them.
+        GridPoint const alongV(current.getU(), next.getV());
+        GridPoint const alongU(next.getU(), current.getV());
+        if (dv != 0 && getIsQuadValid(alongV))
+          next = alongV;
+        else if (du != 0 && getIsQuadValid(alongU))
+          next = alongU;
+        isValidNext = getIsQuadValid(next);
+      }
+    }
+    if (isStuck)
       return false;
 
-    current = GridPoint(GridIndex::clampToInt(cu + du), GridIndex::clampToInt(cv + dv));
-    if (getIsQuadValid(current)) {
+    current = next;
+    if (isValidNext) {
       invalidRun = 0;
       continue;
     }
@@ -171,40 +294,58 @@ bool RectMesh::getWalkedIntersection(GridPoint const& start, Point const& positi
   }
 }
 
+bool RectMesh::getNeighbourIntersection(GridPoint const& quad, GridPoint const& first,
+                                        double offsetU, double offsetV, Beam const& beam,
+                                        GridPoint& hitQuad, Point& hitPoint,
+                                        QuadIntersectionData& data) const {
+  // first, then the neighbours on the beam's side of the quad, then the others.
+  int const su = offsetU >= 0.0 ? 1 : -1;
+  int const sv = offsetV >= 0.0 ? 1 : -1;
+  std::int64_t const u = quad.getU();
+  std::int64_t const v = quad.getV();
+  std::int64_t const ring[9][2] = {{first.getU() - u, first.getV() - v},
+                                   {su, 0},
+                                   {0, sv},
+                                   {su, sv},
+                                   {-su, 0},
+                                   {0, -sv},
+                                   {su, -sv},
+                                   {-su, sv},
+                                   {-su, -sv}};
+  Point corners[4];
+  for (int i = 0; i < 9; ++i) {
+    if (i > 0 && ring[i][0] == ring[0][0] && ring[i][1] == ring[0][1])
+      continue;
+    GridPoint const neighbour(GridIndex::clampToInt(u + ring[i][0]),
+                              GridIndex::clampToInt(v + ring[i][1]));
+    if (!getIsQuadValid(neighbour))
+      continue;
+    getQuadCorners(neighbour, corners);
+    if (getDoesIntersectCorners(corners, beam, hitPoint, &data)) {
+      hitQuad = neighbour;
+      return true;
+    }
+  }
+  return false;
+}
+
 bool RectMesh::getDoesIntersectQuad(GridPoint const& indices, Point const& position,
                                     Vector const& direction, Point& hitPoint,
                                     QuadIntersectionData* data) const {
   if (!getIsQuadValid(indices))
     return false;
-  Point const corner = getPoint(indices);
-  bool inside = false;
-  for (std::uint32_t k = 0; k < 2 && !inside; ++k) {
-    Vector const n = getQuadNormalVector(indices, k);
-    double const t = (corner - position).dot(n) / direction.dot(n);
-    hitPoint = position + direction * t;
-    Point triangle[3];
-    getQuadTrianglePoints(indices, triangle, k, 1);
-    // Strictly inside every edge: a point on an edge is outside.
-    inside = true;
-    for (int i = 0; i < 3 && inside; ++i) {
-      Point const& from = triangle[i];
-      Point const& to = triangle[(i + 1) % 3];
-      inside = n.cross(to - from).dot(hitPoint - from) > 0.0;
-    }
-    if (!inside || data == nullptr)
-      continue;
-    double const distance = std::sqrt((hitPoint - position).lSqr());
-    if (distance < measuredDistanceCeiling) {
-      double const sense = doFlipNormals ? -1.0 : 1.0;
-      double const angle =
-          std::atan2(std::sqrt(n.cross(direction).lSqr()), sense * n.dot(direction));
-      auto const [a, b] = getQuadBasis(indices);
-      Point const centre = corner + (a + b) * 0.5;
-      *data =
-          QuadIntersectionData(t > 0.0 ? distance : -distance, angle, (hitPoint - centre).lSqr());
-    }
-  }
-  return inside;
+  Point corners[4];
+  getQuadCorners(indices, corners);
+  return getDoesIntersectCorners(corners, Beam(position, direction, doFlipNormals), hitPoint, data);
+}
+
+void RectMesh::getQuadCorners(GridPoint const& p, Point (&corners)[4]) const {
+  int const u1 = GridIndex::clampToInt(std::int64_t{p.getU()} + 1);
+  int const v1 = GridIndex::clampToInt(std::int64_t{p.getV()} + 1);
+  corners[0] = getPoint(p);
+  corners[1] = getPoint(GridPoint(u1, p.getV()));
+  corners[2] = getPoint(GridPoint(u1, v1));
+  corners[3] = getPoint(GridPoint(p.getU(), v1));
 }
 
 GridPoint RectMesh::getStartSearchPoint(Point const& position) const {
