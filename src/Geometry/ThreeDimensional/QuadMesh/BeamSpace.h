@@ -1,8 +1,7 @@
 #ifndef QARN_SRC_GEOMETRY_THREEDIMENSIONAL_QUADMESH_BEAMSPACE_H
 #define QARN_SRC_GEOMETRY_THREEDIMENSIONAL_QUADMESH_BEAMSPACE_H
 
-#include <QARN/Geometry/ThreeDimensional/Point.h>
-#include <QARN/Geometry/ThreeDimensional/Vector.h>
+#include <Geometry/ThreeDimensional/QuadMesh/Triple.h>
 
 #include <cmath>
 
@@ -24,9 +23,11 @@ struct BeamPoint {
 /// and the beam, so triangles sharing a corner see the same 2-D corner.
 class BeamSpace {
 public:
-  BeamSpace(Point const& origin, Vector const& direction)
-      : ox(origin.getX()), oy(origin.getY()), oz(origin.getZ()) {
-    double const d[3] = {direction.getdX(), direction.getdY(), direction.getdZ()};
+  /// The space of the beam from the origin along +z.
+  BeamSpace() = default;
+  BeamSpace(Triple const& origin, Triple const& direction)
+      : ox(origin.x), oy(origin.y), oz(origin.z) {
+    double const d[3] = {direction.x, direction.y, direction.z};
     int depth = 2;
     if (std::fabs(d[0]) >= std::fabs(d[1]) && std::fabs(d[0]) >= std::fabs(d[2]))
       depth = 0;
@@ -44,15 +45,20 @@ public:
     sy = d[ky] / d[kz];
   }
 
-  BeamPoint project(Point const& p) const {
-    double const c[3] = {double(p.getX()) - ox, double(p.getY()) - oy, double(p.getZ()) - oz};
+  BeamPoint project(Triple const& p) const {
+    double const c[3] = {p.x - ox, p.y - oy, p.z - oz};
     return {c[kx] - sx * c[kz], c[ky] - sy * c[kz]};
   }
 
 private:
-  double ox, oy, oz;
-  int kx, ky, kz;
-  double sx, sy;
+  double ox = 0.0;
+  double oy = 0.0;
+  double oz = 0.0;
+  int kx = 0;
+  int ky = 1;
+  int kz = 2;
+  double sx = 0.0;
+  double sy = 0.0;
 };
 
 /// The sign of a × b = a.x·b.y − a.y·b.x, exact for the given coordinates: 1 when the beam lies
@@ -88,11 +94,12 @@ inline bool getOwnsEdge(BeamPoint const& a, BeamPoint const& b, int orientation)
   return dy < 0.0 || (dy == 0.0 && dx > 0.0);
 }
 
-/// Whether the beam passes through triangle abc: on the inner side of every edge, or exactly on
-/// edges that the triangle owns. Triangles seen edge-on (all three signs 0) and non-finite
-/// corners give false.
-inline bool getIsBeamInside(BeamPoint const& a, BeamPoint const& b, BeamPoint const& c) {
-  int const signs[3] = {getCrossSign(a, b), getCrossSign(b, c), getCrossSign(c, a)};
+/// Whether the beam passes through triangle abc, given the cross signs of its edges a → b,
+/// b → c and c → a: on the inner side of every edge, or exactly on edges that the triangle
+/// owns. Triangles seen edge-on (all three signs 0) and signs of 2 give false.
+inline bool getIsBeamInside(BeamPoint const& a, BeamPoint const& b, BeamPoint const& c, int ab,
+                            int bc, int ca) {
+  int const signs[3] = {ab, bc, ca};
   int orientation = 0;
   for (int s : signs) {
     if (s == 2 || (s != 0 && orientation != 0 && s != orientation))
@@ -102,9 +109,8 @@ inline bool getIsBeamInside(BeamPoint const& a, BeamPoint const& b, BeamPoint co
   }
   if (orientation == 0)
     return false;
-  return (signs[0] != 0 || getOwnsEdge(a, b, orientation)) &&
-         (signs[1] != 0 || getOwnsEdge(b, c, orientation)) &&
-         (signs[2] != 0 || getOwnsEdge(c, a, orientation));
+  return (ab != 0 || getOwnsEdge(a, b, orientation)) &&
+         (bc != 0 || getOwnsEdge(b, c, orientation)) && (ca != 0 || getOwnsEdge(c, a, orientation));
 }
 
 } // namespace QARN::Geometry::ThreeDimensional::QuadMesh

@@ -1,15 +1,17 @@
 #include <QARN/Geometry/ThreeDimensional/QuadMesh/RectMesh.h>
 #include <QARN/Geometry/ThreeDimensional/Utility/Utility.h>
 
-#include <Geometry/ThreeDimensional/QuadMesh/BeamSpace.h>
+#include <Geometry/ThreeDimensional/QuadMesh/BeamWalk.h>
 #include <Geometry/ThreeDimensional/QuadMesh/GridIndex.h>
-#include <Geometry/ThreeDimensional/QuadMesh/QuadDualBasis.h>
+#include <Geometry/ThreeDimensional/QuadMesh/QuadBeamTest.h>
+#include <Geometry/ThreeDimensional/QuadMesh/Triple.h>
 
 #include <algorithm>
 #include <array>
 #include <cmath>
 #include <cstdint>
 #include <limits>
+#include <typeinfo>
 #include <vector>
 
 namespace QARN::Geometry::ThreeDimensional::QuadMesh {
@@ -18,14 +20,10 @@ namespace {
 
 using GridPoint = TwoDimensional::Point<int>;
 
-constexpr std::uint32_t maximumWalkSteps = 32;
-constexpr std::uint32_t maximumInvalidRun = 4;
 /// A hit this far along the beam or farther is not accepted as an answer.
 constexpr double acceptedDistanceCeiling = 131072.0;
 /// A hit this far or farther is not remembered as the next start.
 constexpr double keptDistanceLimit = 1000.0;
-/// getDoesIntersectQuad measures only hits nearer than this.
-constexpr double measuredDistanceCeiling = 10000.0;
 /// The start search keeps refining while its best squared distance exceeds this.
 constexpr double startSearchGiveUpDistanceSqr = 400.0;
 constexpr double initialLocalMinimum = 1000000.0;
@@ -56,28 +54,6 @@ bool getIsKeptHit(QuadIntersectionData const& data) {
 int wrapToInt(std::int64_t x) {
   return static_cast<int>(static_cast<std::uint32_t>(x));
 }
-
-/// The last few quads a walk has visited, to do something once per quad.
-class RecentQuads {
-public:
-  bool contains(GridPoint const& q) const {
-    for (std::uint32_t i = 0; i < count; ++i)
-      if (quads[i] == q)
-        return true;
-    return false;
-  }
-  void add(GridPoint const& q) {
-    quads[next] = q;
-    next = (next + 1) % capacity;
-    count = std::min(count + 1, capacity);
-  }
-
-private:
-  static constexpr std::uint32_t capacity = 4;
-  GridPoint quads[capacity];
-  std::uint32_t next = 0;
-  std::uint32_t count = 0;
-};
 
 } // namespace
 
@@ -127,206 +103,24 @@ QuadIndicesIntersectionStatus RectMesh::getIntersection(Point const& position,
   return getIntersectionStatus(position, direction, true);
 }
 
-/// A beam query's fixed data: the ray, the sense of the normals, and the edge rule with, for
-/// the watertight rule, the beam's own space.
-struct RectMesh::Beam {
-  Beam(Point const& position, Vector const& direction, bool doFlipNormals)
-      : position(position), direction(direction), sense(doFlipNormals ? -1.0 : 1.0),
-        isWatertight(edgeRule == EdgeRule::Watertight), space(position, direction) {}
-
-  Point const& position;
-  Vector const& direction;
-  double sense;
-  bool isWatertight;
-  BeamSpace space;
-};
-
-bool RectMesh::getDoesIntersectCorners(Point const (&corners)[4], Beam const& beam, Point& hitPoint,
-                                       QuadIntersectionData* data) {
-  BeamPoint projected[4];
-  if (beam.isWatertight)
-    for (int i = 0; i < 4; ++i)
-      projected[i] = beam.space.project(corners[i]);
-  bool inside = false;
-  for (std::uint32_t k = 0; k < 2 && !inside; ++k) {
-    // Triangle k: the corner, then the two corners after corner k in counter-clockwise order.
-    Point const& from = corners[0];
-    Point const& second = corners[k + 1];
-    Point const& third = corners[k + 2];
-    bool const isOwned =
-        beam.isWatertight && getIsBeamInside(projected[0], projected[k + 1], projected[k + 2]);
-    // The plane hit of a triangle the beam misses is replaced by the next triangle's.
-    if (beam.isWatertight && !isOwned && k == 0)
-      continue;
-    Vector const n = (second - from).cross(third - from);
-    double const t = (from - beam.position).dot(n) / beam.direction.dot(n);
-    hitPoint = beam.position + beam.direction * t;
-    if (beam.isWatertight) {
-      inside = isOwned;
-    } else {
-      // Strictly inside every edge, tested in order: a point on an edge is outside.
-      Point const* triangle[3] = {&from, &second, &third};
-      inside = true;
-      for (int i = 0; i < 3 && inside; ++i) {
-        Point const& a = *triangle[i];
-        Point const& b = *triangle[(i + 1) % 3];
-        inside = n.cross(b - a).dot(hitPoint - a) > 0.0;
-      }
-    }
-    if (!inside || data == nullptr)
-      continue;
-    double const distance = std::sqrt((hitPoint - beam.position).lSqr());
-    if (distance < measuredDistanceCeiling) {
-      double const angle =
-          std::atan2(std::sqrt(n.cross(beam.direction).lSqr()), beam.sense * n.dot(beam.direction));
-      Vector const a = corners[1] - corners[0];
-      Vector const b = corners[3] - corners[0];
-      Point const centre = corners[0] + (a + b) * 0.5;
-      *data =
-          QuadIntersectionData(t > 0.0 ? distance : -distance, angle, (hitPoint - centre).lSqr());
-    }
-  }
-  return inside;
-}
-
 bool RectMesh::getWalkedIntersection(GridPoint const& start, Point const& position,
                                      Vector const& direction, GridPoint& quad, Point& hitPoint,
                                      QuadIntersectionData& data) const {
   if (!getIsPointInBounds(start))
     return false;
-  Beam const beam(position, direction, doFlipNormals);
-  std::int64_t const maxStepU = std::int64_t{extents.getdU()} + 1;
-  std::int64_t const maxStepV = std::int64_t{extents.getdV()} + 1;
-  GridPoint current = start;
-  RecentQuads probed;
-  std::uint32_t invalidRun = 0;
-  Point corners[4];
-  for (std::uint32_t steps = 0;; ++steps) {
-    std::int64_t const cu = current.getU();
-    std::int64_t const cv = current.getV();
-    // Only a start can lie on the top or right rim, where the quad has no far corners to take
-    // a step from.
-    bool const hasFarCorners = getIsInBounds(cu + 1, cv + 1);
-    if (hasFarCorners)
-      getQuadCorners(current, corners);
-    if (getIsQuadValid(current) && getDoesIntersectCorners(corners, beam, hitPoint, &data)) {
-      quad = current;
-      return true;
-    }
-    if (steps >= maximumWalkSteps || !hasFarCorners)
-      return false;
-
-    // Where the ray meets the plane of the current quad, in the quad's own (u, v) units.
-    Vector const a = corners[1] - corners[0];
-    Vector const b = corners[3] - corners[0];
-    QuadDualBasis const dual(a, b);
-    Point const centre = corners[0] + (a + b) * 0.5;
-    Vector const normal = a.cross(b) / std::sqrt(dual.det);
-    double const t = (centre - position).dot(normal) / direction.dot(normal);
-    Vector const offsetInPlane = (position + direction * t) - centre;
-    double const offsetU = offsetInPlane.dot(dual.aDual);
-    double const offsetV = offsetInPlane.dot(dual.bDual);
-    double const stepU = round(offsetU);
-    double const stepV = round(offsetV);
-    if (!std::isfinite(stepU) || !std::isfinite(stepV))
-      return false;
-    std::int64_t const du =
-        std::clamp(GridIndex::saturatingCast<std::int64_t>(stepU), -maxStepU, maxStepU);
-    std::int64_t const dv =
-        std::clamp(GridIndex::saturatingCast<std::int64_t>(stepV), -maxStepV, maxStepV);
-    GridPoint next(GridIndex::clampToInt(cu + du), GridIndex::clampToInt(cv + dv));
-    bool const isStuck = du == 0 && dv == 0;
-    bool isValidNext = getIsQuadValid(next);
-    // With watertight edges the beam may lie exactly on an edge or a corner that a neighbour
-    // owns, where a step by the rounded offsets can round to nothing, circle the corner or lead
-    // off the valid quads (an offset of exactly one half rounds up). So where the beam is next
-    // door, the eight neighbours are tried, the step's own target first, once per quad.
-    if (beam.isWatertight) {
-      bool const isNextDoor = du >= -1 && du <= 1 && dv >= -1 && dv <= 1;
-      if ((isNextDoor || !isValidNext) && !probed.contains(current)) {
-        probed.add(current);
-        if (getNeighbourIntersection(current, isNextDoor ? next : current, offsetU, offsetV, beam,
-                                     quad, hitPoint, data))
-          return true;
-      }
-      if (isStuck)
-        return false;
-      if (!isValidNext) {
-        // Slide along the edge of the valid quads: keep the part of the step that stays on them.
-        GridPoint const alongV(current.getU(), next.getV());
-        GridPoint const alongU(next.getU(), current.getV());
-        if (dv != 0 && getIsQuadValid(alongV))
-          next = alongV;
-        else if (du != 0 && getIsQuadValid(alongU))
-          next = alongU;
-        isValidNext = getIsQuadValid(next);
-      }
-    }
-    if (isStuck)
-      return false;
-
-    current = next;
-    if (isValidNext) {
-      invalidRun = 0;
-      continue;
-    }
-    if (++invalidRun >= maximumInvalidRun)
-      return false;
-    // Back off by bisection from the invalid landing towards the quad the step came from.
-    std::int64_t goodU = cu;
-    std::int64_t goodV = cv;
-    std::int64_t badU = current.getU();
-    std::int64_t badV = current.getV();
-    for (;;) {
-      std::int64_t const halfU = (badU - goodU) / 2;
-      std::int64_t const halfV = (badV - goodV) / 2;
-      if (halfU == 0 && halfV == 0)
-        break;
-      if (getIsQuadValidAt(goodU + halfU, goodV + halfV)) {
-        goodU += halfU;
-        goodV += halfV;
-      } else {
-        badU -= halfU;
-        badV -= halfV;
-      }
-    }
-    current = GridPoint(static_cast<int>(goodU), static_cast<int>(goodV));
-  }
-}
-
-bool RectMesh::getNeighbourIntersection(GridPoint const& quad, GridPoint const& first,
-                                        double offsetU, double offsetV, Beam const& beam,
-                                        GridPoint& hitQuad, Point& hitPoint,
-                                        QuadIntersectionData& data) const {
-  // first, then the neighbours on the beam's side of the quad, then the others.
-  int const su = offsetU >= 0.0 ? 1 : -1;
-  int const sv = offsetV >= 0.0 ? 1 : -1;
-  std::int64_t const u = quad.getU();
-  std::int64_t const v = quad.getV();
-  std::int64_t const ring[9][2] = {{first.getU() - u, first.getV() - v},
-                                   {su, 0},
-                                   {0, sv},
-                                   {su, sv},
-                                   {-su, 0},
-                                   {0, -sv},
-                                   {su, -sv},
-                                   {-su, sv},
-                                   {-su, -sv}};
-  Point corners[4];
-  for (int i = 0; i < 9; ++i) {
-    if (i > 0 && ring[i][0] == ring[0][0] && ring[i][1] == ring[0][1])
-      continue;
-    GridPoint const neighbour(GridIndex::clampToInt(u + ring[i][0]),
-                              GridIndex::clampToInt(v + ring[i][1]));
-    if (!getIsQuadValid(neighbour))
-      continue;
-    getQuadCorners(neighbour, corners);
-    if (getDoesIntersectCorners(corners, beam, hitPoint, &data)) {
-      hitQuad = neighbour;
-      return true;
-    }
-  }
-  return false;
+  bool const isWatertight = edgeRule == EdgeRule::Watertight;
+  GridAccess const grid(*this, pointRows.data(), flagRows.data(), extents,
+                        typeid(*this) == typeid(RectMesh));
+  QuadBeam const beam(position, direction, doFlipNormals, isWatertight);
+  QuadIndex found{};
+  Triple hit{};
+  QuadIndex const from{start.getU(), start.getV()};
+  if (!(isWatertight ? getWalkedHit<true>(grid, beam, from, found, hit, data)
+                     : getWalkedHit<false>(grid, beam, from, found, hit, data)))
+    return false;
+  quad = GridPoint(static_cast<int>(found.u), static_cast<int>(found.v));
+  hitPoint = hit.toPoint();
+  return true;
 }
 
 bool RectMesh::getDoesIntersectQuad(GridPoint const& indices, Point const& position,
@@ -334,18 +128,16 @@ bool RectMesh::getDoesIntersectQuad(GridPoint const& indices, Point const& posit
                                     QuadIntersectionData* data) const {
   if (!getIsQuadValid(indices))
     return false;
-  Point corners[4];
-  getQuadCorners(indices, corners);
-  return getDoesIntersectCorners(corners, Beam(position, direction, doFlipNormals), hitPoint, data);
-}
-
-void RectMesh::getQuadCorners(GridPoint const& p, Point (&corners)[4]) const {
-  int const u1 = GridIndex::clampToInt(std::int64_t{p.getU()} + 1);
-  int const v1 = GridIndex::clampToInt(std::int64_t{p.getV()} + 1);
-  corners[0] = getPoint(p);
-  corners[1] = getPoint(GridPoint(u1, p.getV()));
-  corners[2] = getPoint(GridPoint(u1, v1));
-  corners[3] = getPoint(GridPoint(p.getU(), v1));
+  bool const isWatertight = edgeRule == EdgeRule::Watertight;
+  GridAccess const grid(*this, pointRows.data(), flagRows.data(), extents,
+                        typeid(*this) == typeid(RectMesh));
+  QuadBeam const beam(position, direction, doFlipNormals, isWatertight);
+  QuadCorners const corners = grid.getCorners(indices.getU(), indices.getV());
+  Triple hit{};
+  bool const inside = isWatertight ? getDoesBeamMeetQuad<true>(corners, beam, hit, data)
+                                   : getDoesBeamMeetQuad<false>(corners, beam, hit, data);
+  hitPoint = hit.toPoint();
+  return inside;
 }
 
 GridPoint RectMesh::getStartSearchPoint(Point const& position) const {

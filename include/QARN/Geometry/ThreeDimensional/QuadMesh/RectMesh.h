@@ -350,21 +350,6 @@ private:
   bool getWalkedIntersection(TwoDimensional::Point<int> const& start, Point const& position,
                              Vector const& direction, TwoDimensional::Point<int>& quad,
                              Point& hitPoint, QuadIntersectionData& data) const;
-  /// A beam query's fixed data.
-  struct Beam;
-  /// P(p), P(p + (1, 0)), P(p + (1, 1)), P(p + (0, 1)), each read once.
-  void getQuadCorners(TwoDimensional::Point<int> const& p, Point (&corners)[4]) const;
-  /// getDoesIntersectQuad on the corners of a valid quad.
-  static bool getDoesIntersectCorners(Point const (&corners)[4], Beam const& beam, Point& hitPoint,
-                                      QuadIntersectionData* data);
-  /// The first of the eight neighbours of quad that the beam meets: first (when it is one of
-  /// them), then those on the side of the offsets (the beam's plane hit in quad units from the
-  /// centre of quad), then the others.
-  bool getNeighbourIntersection(TwoDimensional::Point<int> const& quad,
-                                TwoDimensional::Point<int> const& first, double offsetU,
-                                double offsetV, Beam const& beam,
-                                TwoDimensional::Point<int>& hitQuad, Point& hitPoint,
-                                QuadIntersectionData& data) const;
   /// Rebuilds the lattice of start candidates for about U·V / cellsPerSearchPoint samples
   /// (at least 8) and returns its dimensions.
   void calculateSearchPoints(std::uint32_t const& cellsPerSearchPoint, std::uint32_t& numberU,
