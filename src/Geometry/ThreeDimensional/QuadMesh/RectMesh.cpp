@@ -110,6 +110,7 @@ void RectMesh::init(TwoDimensional::Vector<std::uint32_t> const& newExtents) {
 }
 
 void RectMesh::uninit() {
+  isSearchBoxValid = false;
   std::vector<std::unique_ptr<Point[]>>().swap(pointRows);
   std::vector<std::unique_ptr<signed char[]>>().swap(flagRows);
   std::vector<TwoDimensional::Point<int>>().swap(searchPoints);
@@ -144,6 +145,7 @@ void RectMesh::setPoint(TwoDimensional::Point<int> const& p, Point const& x) {
   auto const v = static_cast<std::size_t>(p.getV());
   pointRows[v][p.getU()] = x;
   flagRows[v][p.getU()] |= 1;
+  expandSearchBox(x);
 }
 
 bool RectMesh::getFlag(char flags, PointFlagID id) const {
@@ -165,8 +167,12 @@ char RectMesh::getPointFlags(TwoDimensional::Point<int> const& p) const {
 }
 
 void RectMesh::setPointFlags(TwoDimensional::Point<int> const& p, char const& flags) {
-  if (getIsInBounds(p.getU(), p.getV()))
-    flagRows[static_cast<std::size_t>(p.getV())][p.getU()] = static_cast<signed char>(flags);
+  if (!getIsInBounds(p.getU(), p.getV()))
+    return;
+  auto const v = static_cast<std::size_t>(p.getV());
+  flagRows[v][p.getU()] = static_cast<signed char>(flags);
+  if ((flags & 1) != 0)
+    expandSearchBox(pointRows[v][p.getU()]);
 }
 
 bool RectMesh::getPointFlag(TwoDimensional::Point<int> const& p, PointFlagID id) const {

@@ -68,12 +68,16 @@ RectMesh::getIntersectionStatus(Point const& position, Vector const& direction, 
                                          QuadIntersectionData(-1.0, -1.0, -1.0), fileName);
   if (doFullSearch)
     isSearchReset = true;
-  GridPoint const start = isSearchReset ? getStartSearchPoint(position) : lastSearchIndices;
   GridPoint quad;
   Point hitPoint;
   QuadIntersectionData data;
-  bool const found = getWalkedIntersection(start, position, direction, quad, hitPoint, data) &&
-                     data.getDistanceToObject() < acceptedDistanceCeiling;
+  // A search from scratch for a beam that cannot meet the grid finds nothing; the start search
+  // would only take long to say so.
+  bool const found =
+      (!isSearchReset || getMayBeamMeetGrid(position, direction)) &&
+      getWalkedIntersection(isSearchReset ? getStartSearchPoint(position) : lastSearchIndices,
+                            position, direction, quad, hitPoint, data) &&
+      data.getDistanceToObject() < acceptedDistanceCeiling;
   if (found)
     isSearchReset = false;
   if (found && getIsKeptHit(data))
@@ -138,6 +142,62 @@ bool RectMesh::getDoesIntersectQuad(GridPoint const& indices, Point const& posit
                                    : getDoesBeamMeetQuad<false>(corners, beam, hit, data);
   hitPoint = hit.toPoint();
   return inside;
+}
+
+bool RectMesh::getMayBeamMeetGrid(Point const& position, Vector const& direction) {
+  if (typeid(*this) != typeid(RectMesh))
+    return true;
+  if (!isSearchBoxValid) {
+    isSearchBoxValid = true;
+    isSearchBoxEmpty = true;
+    std::int64_t const lastU = pointRows.empty() ? -1 : std::int64_t{extents.getdU()};
+    std::int64_t const lastV = pointRows.empty() ? -1 : std::int64_t{extents.getdV()};
+    for (std::int64_t v = 0; v <= lastV; ++v)
+      for (std::int64_t u = 0; u <= lastU; ++u)
+        if (getIsValidAt(u, v))
+          expandSearchBox(pointRows[static_cast<std::size_t>(v)][u]);
+  }
+  if (isSearchBoxEmpty)
+    return false;
+  Triple const origin = Triple::of(position);
+  Triple const low = Triple::of(searchBoxLow);
+  Triple const high = Triple::of(searchBoxHigh);
+  double const scale = std::max({std::fabs(origin.x), std::fabs(origin.y), std::fabs(origin.z),
+                                 std::fabs(low.x), std::fabs(low.y), std::fabs(low.z),
+                                 std::fabs(high.x), std::fabs(high.y), std::fabs(high.z)});
+  double const margin = (1.0 + scale) * 0x1p-16;
+  // The slabs of the enlarged box along the whole line; a NaN rejects nothing.
+  double enter = -std::numeric_limits<double>::infinity();
+  double leave = std::numeric_limits<double>::infinity();
+  auto const isInSlab = [&](double o, double d, double lo, double hi) {
+    lo -= margin;
+    hi += margin;
+    if (d == 0.0)
+      return !(o < lo || o > hi);
+    double const t1 = (lo - o) / d;
+    double const t2 = (hi - o) / d;
+    if ((t1 < t2 ? t1 : t2) > enter)
+      enter = t1 < t2 ? t1 : t2;
+    if ((t1 < t2 ? t2 : t1) < leave)
+      leave = t1 < t2 ? t2 : t1;
+    return true;
+  };
+  return isInSlab(origin.x, direction.getdX(), low.x, high.x) &&
+         isInSlab(origin.y, direction.getdY(), low.y, high.y) &&
+         isInSlab(origin.z, direction.getdZ(), low.z, high.z) && !(enter > leave);
+}
+
+void RectMesh::expandSearchBox(Point const& x) {
+  if (!isSearchBoxValid)
+    return;
+  if (isSearchBoxEmpty) {
+    searchBoxLow = x;
+    searchBoxHigh = x;
+    isSearchBoxEmpty = false;
+    return;
+  }
+  searchBoxLow.setMin(x);
+  searchBoxHigh.setMax(x);
 }
 
 GridPoint RectMesh::getStartSearchPoint(Point const& position) const {

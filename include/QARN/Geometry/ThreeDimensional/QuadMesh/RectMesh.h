@@ -350,6 +350,14 @@ private:
   bool getWalkedIntersection(TwoDimensional::Point<int> const& start, Point const& position,
                              Vector const& direction, TwoDimensional::Point<int>& quad,
                              Point& hitPoint, QuadIntersectionData& data) const;
+  /// Whether the beam's line may pass through the grid: false only on a plain mesh (a derived
+  /// mesh may report other points than it stores) when the line misses the box of the valid
+  /// points by a margin of 2^−16·(1 + the largest absolute coordinate of the position and the
+  /// box), which is far more than the rounding of either quad test moves a hit, so that no
+  /// quad test could hold the beam. The box is rebuilt when stale.
+  bool getMayBeamMeetGrid(Point const& position, Vector const& direction);
+  /// Grows a current box of the search by a point that became valid.
+  void expandSearchBox(Point const& x);
   /// Rebuilds the lattice of start candidates for about U·V / cellsPerSearchPoint samples
   /// (at least 8) and returns its dimensions.
   void calculateSearchPoints(std::uint32_t const& cellsPerSearchPoint, std::uint32_t& numberU,
@@ -363,6 +371,13 @@ private:
   std::uint32_t numberOfSearchPointsV = 1;
   std::uint32_t searchPointBudget = 4096;
   std::vector<TwoDimensional::Point<int>> searchPoints;
+  /// Low and high corners of the box of the valid points; meaningful while isSearchBoxValid,
+  /// which grid rebuilds and transforms clear (setPoint and setPointFlags grow a valid box).
+  Point searchBoxLow;
+  Point searchBoxHigh;
+  bool isSearchBoxValid = false;
+  /// No point is valid: no beam can meet the grid.
+  bool isSearchBoxEmpty = true;
 
 public:
   // ---- .quads, OBJ and quad-area files ----
