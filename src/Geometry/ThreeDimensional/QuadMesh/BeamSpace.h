@@ -25,38 +25,52 @@ class BeamSpace {
 public:
   /// The space of the beam from the origin along +z.
   BeamSpace() = default;
-  BeamSpace(Triple const& origin, Triple const& direction)
-      : ox(origin.x), oy(origin.y), oz(origin.z) {
+  BeamSpace(Triple const& origin, Triple const& direction) : origin(origin) {
     double const d[3] = {direction.x, direction.y, direction.z};
-    int depth = 2;
+    int kz = 2;
     if (std::fabs(d[0]) >= std::fabs(d[1]) && std::fabs(d[0]) >= std::fabs(d[2]))
-      depth = 0;
+      kz = 0;
     else if (std::fabs(d[1]) >= std::fabs(d[2]))
-      depth = 1;
-    kz = depth;
-    kx = (depth + 1) % 3;
-    ky = (depth + 2) % 3;
+      kz = 1;
+    int kx = (kz + 1) % 3;
+    int ky = (kz + 2) % 3;
     if (d[kz] < 0.0) {
       int const swap = kx;
       kx = ky;
       ky = swap;
     }
+    axes = static_cast<Axes>(3 * kx + ky);
     sx = d[kx] / d[kz];
     sy = d[ky] / d[kz];
   }
 
   BeamPoint project(Triple const& p) const {
-    double const c[3] = {p.x - ox, p.y - oy, p.z - oz};
-    return {c[kx] - sx * c[kz], c[ky] - sy * c[kz]};
+    double const x = p.x - origin.x;
+    double const y = p.y - origin.y;
+    double const z = p.z - origin.z;
+    // (c[kx] − sx·c[kz], c[ky] − sy·c[kz]) for the beam's axes.
+    switch (axes) {
+    case Axes::YZ:
+      return {y - sx * x, z - sy * x};
+    case Axes::ZY:
+      return {z - sx * x, y - sy * x};
+    case Axes::ZX:
+      return {z - sx * y, x - sy * y};
+    case Axes::XZ:
+      return {x - sx * y, z - sy * y};
+    case Axes::XY:
+      return {x - sx * z, y - sy * z};
+    default:
+      return {y - sx * z, x - sy * z};
+    }
   }
 
 private:
-  double ox = 0.0;
-  double oy = 0.0;
-  double oz = 0.0;
-  int kx = 0;
-  int ky = 1;
-  int kz = 2;
+  /// The cross axes (kx, ky) as 3·kx + ky; depth is the remaining axis.
+  enum class Axes : int { YZ = 5, ZY = 7, ZX = 6, XZ = 2, XY = 1, YX = 3 };
+
+  Triple origin{0.0, 0.0, 0.0};
+  Axes axes = Axes::XY;
   double sx = 0.0;
   double sy = 0.0;
 };

@@ -162,9 +162,16 @@ bool RectMesh::getMayBeamMeetGrid(Point const& position, Vector const& direction
   Triple const origin = Triple::of(position);
   Triple const low = Triple::of(searchBoxLow);
   Triple const high = Triple::of(searchBoxHigh);
-  double const scale = std::max({std::fabs(origin.x), std::fabs(origin.y), std::fabs(origin.z),
-                                 std::fabs(low.x), std::fabs(low.y), std::fabs(low.z),
-                                 std::fabs(high.x), std::fabs(high.y), std::fabs(high.z)});
+  // A box started at a NaN point bounds nothing.
+  if (!(low.x <= high.x && low.y <= high.y && low.z <= high.z))
+    return true;
+  auto const largest = [](Triple const& p) {
+    double const x = std::fabs(p.x), y = std::fabs(p.y), z = std::fabs(p.z);
+    double const xy = x > y ? x : y;
+    return xy > z ? xy : z;
+  };
+  double const boxScale = largest(low) > largest(high) ? largest(low) : largest(high);
+  double const scale = largest(origin) > boxScale ? largest(origin) : boxScale;
   double const margin = (1.0 + scale) * 0x1p-16;
   // The slabs of the enlarged box along the whole line; a NaN rejects nothing.
   double enter = -std::numeric_limits<double>::infinity();
