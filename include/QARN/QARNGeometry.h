@@ -13,6 +13,7 @@
 #include <QARN/Geometry/ThreeDimensional/QuadMesh/CanonicalAxis.h>
 #include <QARN/Geometry/ThreeDimensional/QuadMesh/CanonicalPlane.h>
 #include <QARN/Geometry/ThreeDimensional/QuadMesh/Edge.h>
+#include <QARN/Geometry/ThreeDimensional/QuadMesh/EdgeRule.h>
 #include <QARN/Geometry/ThreeDimensional/QuadMesh/LinearScaleRectMesh.h>
 #include <QARN/Geometry/ThreeDimensional/QuadMesh/QuadFileHeader.h>
 #include <QARN/Geometry/ThreeDimensional/QuadMesh/QuadIndicesEllipseIntersectionInfo.h>

@@ -69,6 +69,11 @@ struct PrivateMember {
 
 QARN_PRIVATE_MEMBER(IsSearchReset, bool RectMesh::*, RectMesh::isSearchReset);
 QARN_PRIVATE_MEMBER(LastSearchIndices, GridPoint RectMesh::*, RectMesh::lastSearchIndices);
+QARN_PRIVATE_MEMBER(DoFlipNormals, bool RectMesh::*, RectMesh::doFlipNormals);
+QARN_PRIVATE_MEMBER(DoFlipAxisU, bool RectMesh::*, RectMesh::doFlipAxisU);
+QARN_PRIVATE_MEMBER(DoFlipAxisV, bool RectMesh::*, RectMesh::doFlipAxisV);
+QARN_PRIVATE_MEMBER(ActivePositionFlags, std::uint32_t RectMesh::*, RectMesh::activePositionFlags);
+QARN_PRIVATE_MEMBER(Position, std::uint32_t RectMesh::*, RectMesh::position);
 
 } // namespace QuadMeshTest
 

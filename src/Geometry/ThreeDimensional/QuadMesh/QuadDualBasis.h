@@ -1,14 +1,14 @@
 #ifndef QARN_SRC_GEOMETRY_THREEDIMENSIONAL_QUADMESH_QUADDUALBASIS_H
 #define QARN_SRC_GEOMETRY_THREEDIMENSIONAL_QUADMESH_QUADDUALBASIS_H
 
-#include <QARN/Geometry/ThreeDimensional/Vector.h>
-
 namespace QARN::Geometry::ThreeDimensional::QuadMesh {
 
 /// The dual basis of a quad's edge vectors (a, b) in their plane: the dot product of an offset
-/// in the plane with aDual (bDual) is its coordinate along a (b), in quad units.
+/// in the plane with aDual (bDual) is its coordinate along a (b), in quad units. V is Vector or
+/// its plain twin Triple; both give the same bits.
+template <typename V>
 struct QuadDualBasis {
-  QuadDualBasis(Vector const& a, Vector const& b) {
+  QuadDualBasis(V const& a, V const& b) {
     double const aa = a.dot(a);
     double const ab = a.dot(b);
     double const bb = b.dot(b);
@@ -19,8 +19,8 @@ struct QuadDualBasis {
 
   /// The Gram determinant |a|²·|b|² − (a·b)², the squared length of a × b.
   double det = 0.0;
-  Vector aDual;
-  Vector bDual;
+  V aDual;
+  V bDual;
 };
 
 } // namespace QARN::Geometry::ThreeDimensional::QuadMesh

@@ -7,12 +7,6 @@ namespace QARN::Geometry::ThreeDimensional::QuadMesh {
 QuadIndicesIntersectionStatus::IntersectionQualityMode
     QuadIndicesIntersectionStatus::intersectionQualityMode = FacingThenNearest;
 
-QuadIndicesIntersectionStatus::QuadIndicesIntersectionStatus(
-    RectMesh* quadMesh, Point const& quadPoint, TwoDimensional::Point<int> const& indices,
-    bool isValid, QuadIntersectionData const& data, std::string const& fileName)
-    : quadMesh(quadMesh), quadPoint(quadPoint), indices(indices), isValid(isValid),
-      intersectionData(data), fileName(fileName) {}
-
 RectMesh const& QuadIndicesIntersectionStatus::getQuadMesh() const {
   if (quadMesh == nullptr)
     throw Exception("Intersection status has no quad-mesh.");

@@ -5,12 +5,9 @@ namespace QARN::Geometry::ThreeDimensional::QuadMesh {
 
 bool QuadIntersectionData::isEnableFlipAngle = false;
 
-QuadIntersectionData::QuadIntersectionData(double distanceToObject, double angleToObjectNormal,
-                                           double distanceSqrToQuadCentre)
-    : distanceToObject(distanceToObject),
-      angleToObjectNormal(isEnableFlipAngle ? Utility::twopi() / 2.0 - angleToObjectNormal
-                                            : angleToObjectNormal),
-      distanceSqrToQuadCentre(distanceSqrToQuadCentre) {}
+double QuadIntersectionData::getFlippedAngle(double angle) {
+  return Utility::twopi() / 2.0 - angle;
+}
 
 double QuadIntersectionData::getAngleError() const {
   return Utility::twopi() / 2.0 - angleToObjectNormal;

@@ -105,6 +105,7 @@ void RectMesh::setStorage(TwoDimensional::Vector<std::uint32_t> const& newExtent
 }
 
 void RectMesh::uninit() {
+  isSearchBoxValid = false;
   coordinates.reset();
   flagBytes.reset();
   std::vector<TwoDimensional::Point<int>>().swap(searchPoints);
@@ -139,6 +140,7 @@ void RectMesh::setPoint(TwoDimensional::Point<int> const& p, Point const& x) {
   std::size_t const i = getStorageIndex(p.getU(), p.getV());
   setStoredPoint(i, x);
   setStoredFlags(i, static_cast<signed char>(getStoredFlags(i) | 1));
+  expandSearchBox(x);
 }
 
 bool RectMesh::getFlag(char flags, PointFlagID id) const {
@@ -160,8 +162,12 @@ char RectMesh::getPointFlags(TwoDimensional::Point<int> const& p) const {
 }
 
 void RectMesh::setPointFlags(TwoDimensional::Point<int> const& p, char const& flags) {
-  if (getIsInBounds(p.getU(), p.getV()))
-    setStoredFlags(getStorageIndex(p.getU(), p.getV()), static_cast<signed char>(flags));
+  if (!getIsInBounds(p.getU(), p.getV()))
+    return;
+  std::size_t const i = getStorageIndex(p.getU(), p.getV());
+  setStoredFlags(i, static_cast<signed char>(flags));
+  if ((flags & 1) != 0)
+    expandSearchBox(getStoredPoint(i));
 }
 
 bool RectMesh::getPointFlag(TwoDimensional::Point<int> const& p, PointFlagID id) const {

@@ -11,9 +11,10 @@ namespace QARN::Geometry::ThreeDimensional::QuadMesh {
 
 namespace {
 
-/// x truncated towards zero, when that fits an int (false for NaN and infinities).
-bool truncateToInt(double x, std::int64_t& out) {
-  double const t = std::trunc(x);
+/// x rounded to an integer (towards zero, or down), when that fits an int (false for NaN and
+/// infinities).
+bool roundToInt(double x, bool isDown, std::int64_t& out) {
+  double const t = isDown ? std::floor(x) : std::trunc(x);
   if (!(t >= std::numeric_limits<int>::min() && t <= std::numeric_limits<int>::max()))
     return false;
   out = static_cast<std::int64_t>(t);
@@ -72,17 +73,36 @@ bool RectMesh::getConeIntersection(ThreeDimensional::Point const& position,
   Vector const& bDual = dual.bDual;
   double const k = unity;
 
-  // Quad-local coordinates of x in cells of 1/unity quad, truncated towards zero.
   std::int64_t cells[10];
-  Vector const centreOffset = points[0] - getPoint(quadIndices);
-  if (!truncateToInt(k * centreOffset.dot(aDual), cells[0]) ||
-      !truncateToInt(k * centreOffset.dot(bDual), cells[1]))
-    return false;
-  for (int i = 1; i < 5; ++i) {
-    Vector const axis = points[i] - points[0];
-    if (!truncateToInt(k * axis.dot(aDual), cells[2 * i]) ||
-        !truncateToInt(k * axis.dot(bDual), cells[2 * i + 1]))
+  if (edgeRule == EdgeRule::Watertight) {
+    // Cells as half-open intervals: each hit lies in exactly one cell, and an axis reaches
+    // from the centre's cell to the cell of its side hit.
+    ThreeDimensional::Point const corner = getPoint(quadIndices);
+    for (int i = 0; i < 5; ++i) {
+      Vector const offset = points[i] - corner;
+      if (!roundToInt(k * offset.dot(aDual), true, cells[2 * i]) ||
+          !roundToInt(k * offset.dot(bDual), true, cells[2 * i + 1]))
+        return false;
+      if (i == 0)
+        continue;
+      cells[2 * i] -= cells[0];
+      cells[2 * i + 1] -= cells[1];
+      if (!fitsInt(cells[2 * i]) || !fitsInt(cells[2 * i + 1]))
+        return false;
+    }
+  } else {
+    // Quad-local coordinates in cells of 1/unity quad, truncated towards zero: the centre's
+    // from the quad's corner, each axis from the central hit.
+    Vector const centreOffset = points[0] - getPoint(quadIndices);
+    if (!roundToInt(k * centreOffset.dot(aDual), false, cells[0]) ||
+        !roundToInt(k * centreOffset.dot(bDual), false, cells[1]))
       return false;
+    for (int i = 1; i < 5; ++i) {
+      Vector const axis = points[i] - points[0];
+      if (!roundToInt(k * axis.dot(aDual), false, cells[2 * i]) ||
+          !roundToInt(k * axis.dot(bDual), false, cells[2 * i + 1]))
+        return false;
+    }
   }
   std::int64_t const centreU = std::int64_t{quadIndices.getU()} * unity + cells[0];
   std::int64_t const centreV = std::int64_t{quadIndices.getV()} * unity + cells[1];

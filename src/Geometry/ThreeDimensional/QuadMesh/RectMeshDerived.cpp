@@ -276,6 +276,8 @@ void RectMesh::transform(Point const& centre, AffineMap const& map) {
       if (getIsPointValid(p))
         setPoint(p, centre + map(getPoint(p) - centre));
     }
+  // Every point moved: the box of the search is rebuilt rather than grown to hold both places.
+  isSearchBoxValid = false;
 }
 
 void RectMesh::mirror(CanonicalPlane plane, Point const& centre, CanonicalAxis axis) {
@@ -414,6 +416,8 @@ void RectMesh::swapGrid(RectMesh& other) {
   std::swap(numberOfSearchPointsV, other.numberOfSearchPointsV);
   isSearchReset = true;
   other.isSearchReset = true;
+  isSearchBoxValid = false;
+  other.isSearchBoxValid = false;
 }
 
 } // namespace QARN::Geometry::ThreeDimensional::QuadMesh

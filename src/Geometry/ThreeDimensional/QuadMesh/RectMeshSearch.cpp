@@ -1,14 +1,17 @@
 #include <QARN/Geometry/ThreeDimensional/QuadMesh/RectMesh.h>
 #include <QARN/Geometry/ThreeDimensional/Utility/Utility.h>
 
+#include <Geometry/ThreeDimensional/QuadMesh/BeamWalk.h>
 #include <Geometry/ThreeDimensional/QuadMesh/GridIndex.h>
-#include <Geometry/ThreeDimensional/QuadMesh/QuadDualBasis.h>
+#include <Geometry/ThreeDimensional/QuadMesh/QuadBeamTest.h>
+#include <Geometry/ThreeDimensional/QuadMesh/Triple.h>
 
 #include <algorithm>
 #include <array>
 #include <cmath>
 #include <cstdint>
 #include <limits>
+#include <typeinfo>
 #include <vector>
 
 namespace QARN::Geometry::ThreeDimensional::QuadMesh {
@@ -17,14 +20,10 @@ namespace {
 
 using GridPoint = TwoDimensional::Point<int>;
 
-constexpr std::uint32_t maximumWalkSteps = 32;
-constexpr std::uint32_t maximumInvalidRun = 4;
 /// A hit this far along the beam or farther is not accepted as an answer.
 constexpr double acceptedDistanceCeiling = 131072.0;
 /// A hit this far or farther is not remembered as the next start.
 constexpr double keptDistanceLimit = 1000.0;
-/// getDoesIntersectQuad measures only hits nearer than this.
-constexpr double measuredDistanceCeiling = 10000.0;
 /// The start search keeps refining while its best squared distance exceeds this.
 constexpr double startSearchGiveUpDistanceSqr = 400.0;
 constexpr double initialLocalMinimum = 1000000.0;
@@ -58,6 +57,7 @@ int wrapToInt(std::int64_t x) {
 
 } // namespace
 
+EdgeRule RectMesh::edgeRule = EdgeRule::Strict;
 std::uint32_t RectMesh::maxDoNMoreTimes = 0;
 std::uint32_t RectMesh::searchDivideByNTimes = 4;
 
@@ -68,12 +68,16 @@ RectMesh::getIntersectionStatus(Point const& position, Vector const& direction, 
                                          QuadIntersectionData(-1.0, -1.0, -1.0), fileName);
   if (doFullSearch)
     isSearchReset = true;
-  GridPoint const start = isSearchReset ? getStartSearchPoint(position) : lastSearchIndices;
   GridPoint quad;
   Point hitPoint;
   QuadIntersectionData data;
-  bool const found = getWalkedIntersection(start, position, direction, quad, hitPoint, data) &&
-                     data.getDistanceToObject() < acceptedDistanceCeiling;
+  // A search from scratch for a beam that cannot meet the grid finds nothing; the start search
+  // would only take long to say so.
+  bool const found =
+      (!isSearchReset || getMayBeamMeetGrid(position, direction)) &&
+      getWalkedIntersection(isSearchReset ? getStartSearchPoint(position) : lastSearchIndices,
+                            position, direction, quad, hitPoint, data) &&
+      data.getDistanceToObject() < acceptedDistanceCeiling;
   if (found)
     isSearchReset = false;
   if (found && getIsKeptHit(data))
@@ -108,67 +112,19 @@ bool RectMesh::getWalkedIntersection(GridPoint const& start, Point const& positi
                                      QuadIntersectionData& data) const {
   if (!getIsPointInBounds(start))
     return false;
-  std::int64_t const maxStepU = std::int64_t{extents.getdU()} + 1;
-  std::int64_t const maxStepV = std::int64_t{extents.getdV()} + 1;
-  GridPoint current = start;
-  std::uint32_t invalidRun = 0;
-  for (std::uint32_t steps = 0;; ++steps) {
-    if (getDoesIntersectQuad(current, position, direction, hitPoint, &data)) {
-      quad = current;
-      return true;
-    }
-    std::int64_t const cu = current.getU();
-    std::int64_t const cv = current.getV();
-    // Only a start can lie on the top or right rim, where the quad has no far corners to take
-    // a step from.
-    if (steps >= maximumWalkSteps || !getIsInBounds(cu + 1, cv + 1))
-      return false;
-
-    // Where the ray meets the plane of the current quad, in the quad's own (u, v) units.
-    auto const [a, b] = getQuadBasis(current);
-    QuadDualBasis const dual(a, b);
-    Point const centre = getPoint(current) + (a + b) * 0.5;
-    Vector const normal = a.cross(b) / std::sqrt(dual.det);
-    double const t = (centre - position).dot(normal) / direction.dot(normal);
-    Vector const offsetInPlane = (position + direction * t) - centre;
-    double const stepU = round(offsetInPlane.dot(dual.aDual));
-    double const stepV = round(offsetInPlane.dot(dual.bDual));
-    if (!std::isfinite(stepU) || !std::isfinite(stepV))
-      return false;
-    std::int64_t const du =
-        std::clamp(GridIndex::saturatingCast<std::int64_t>(stepU), -maxStepU, maxStepU);
-    std::int64_t const dv =
-        std::clamp(GridIndex::saturatingCast<std::int64_t>(stepV), -maxStepV, maxStepV);
-    if (du == 0 && dv == 0)
-      return false;
-
-    current = GridPoint(GridIndex::clampToInt(cu + du), GridIndex::clampToInt(cv + dv));
-    if (getIsQuadValid(current)) {
-      invalidRun = 0;
-      continue;
-    }
-    if (++invalidRun >= maximumInvalidRun)
-      return false;
-    // Back off by bisection from the invalid landing towards the quad the step came from.
-    std::int64_t goodU = cu;
-    std::int64_t goodV = cv;
-    std::int64_t badU = current.getU();
-    std::int64_t badV = current.getV();
-    for (;;) {
-      std::int64_t const halfU = (badU - goodU) / 2;
-      std::int64_t const halfV = (badV - goodV) / 2;
-      if (halfU == 0 && halfV == 0)
-        break;
-      if (getIsQuadValidAt(goodU + halfU, goodV + halfV)) {
-        goodU += halfU;
-        goodV += halfV;
-      } else {
-        badU -= halfU;
-        badV -= halfV;
-      }
-    }
-    current = GridPoint(static_cast<int>(goodU), static_cast<int>(goodV));
-  }
+  bool const isWatertight = edgeRule == EdgeRule::Watertight;
+  GridAccess const grid(*this, coordinates.get(), flagBytes.get(), extents,
+                        typeid(*this) == typeid(RectMesh));
+  QuadBeam const beam(position, direction, doFlipNormals, isWatertight);
+  QuadIndex found{};
+  Triple hit{};
+  QuadIndex const from{start.getU(), start.getV()};
+  if (!(isWatertight ? getWalkedHit<true>(grid, beam, from, found, hit, data)
+                     : getWalkedHit<false>(grid, beam, from, found, hit, data)))
+    return false;
+  quad = GridPoint(static_cast<int>(found.u), static_cast<int>(found.v));
+  hitPoint = hit.toPoint();
+  return true;
 }
 
 bool RectMesh::getDoesIntersectQuad(GridPoint const& indices, Point const& position,
@@ -176,35 +132,79 @@ bool RectMesh::getDoesIntersectQuad(GridPoint const& indices, Point const& posit
                                     QuadIntersectionData* data) const {
   if (!getIsQuadValid(indices))
     return false;
-  Point const corner = getPoint(indices);
-  bool inside = false;
-  for (std::uint32_t k = 0; k < 2 && !inside; ++k) {
-    Vector const n = getQuadNormalVector(indices, k);
-    double const t = (corner - position).dot(n) / direction.dot(n);
-    hitPoint = position + direction * t;
-    Point triangle[3];
-    getQuadTrianglePoints(indices, triangle, k, 1);
-    // Strictly inside every edge: a point on an edge is outside.
-    inside = true;
-    for (int i = 0; i < 3 && inside; ++i) {
-      Point const& from = triangle[i];
-      Point const& to = triangle[(i + 1) % 3];
-      inside = n.cross(to - from).dot(hitPoint - from) > 0.0;
-    }
-    if (!inside || data == nullptr)
-      continue;
-    double const distance = std::sqrt((hitPoint - position).lSqr());
-    if (distance < measuredDistanceCeiling) {
-      double const sense = doFlipNormals ? -1.0 : 1.0;
-      double const angle =
-          std::atan2(std::sqrt(n.cross(direction).lSqr()), sense * n.dot(direction));
-      auto const [a, b] = getQuadBasis(indices);
-      Point const centre = corner + (a + b) * 0.5;
-      *data =
-          QuadIntersectionData(t > 0.0 ? distance : -distance, angle, (hitPoint - centre).lSqr());
-    }
-  }
+  bool const isWatertight = edgeRule == EdgeRule::Watertight;
+  GridAccess const grid(*this, coordinates.get(), flagBytes.get(), extents,
+                        typeid(*this) == typeid(RectMesh));
+  QuadBeam const beam(position, direction, doFlipNormals, isWatertight);
+  QuadCorners const corners = grid.getCorners(indices.getU(), indices.getV());
+  Triple hit{};
+  bool const inside = isWatertight ? getDoesBeamMeetQuad<true>(corners, beam, hit, data)
+                                   : getDoesBeamMeetQuad<false>(corners, beam, hit, data);
+  hitPoint = hit.toPoint();
   return inside;
+}
+
+bool RectMesh::getMayBeamMeetGrid(Point const& position, Vector const& direction) {
+  if (typeid(*this) != typeid(RectMesh))
+    return true;
+  if (!isSearchBoxValid) {
+    isSearchBoxValid = true;
+    isSearchBoxEmpty = true;
+    std::int64_t const lastU = getHasStorage() ? std::int64_t{extents.getdU()} : -1;
+    std::int64_t const lastV = getHasStorage() ? std::int64_t{extents.getdV()} : -1;
+    for (std::int64_t v = 0; v <= lastV; ++v)
+      for (std::int64_t u = 0; u <= lastU; ++u)
+        if (getIsValidAt(u, v))
+          expandSearchBox(getStoredPoint(getStorageIndex(u, v)));
+  }
+  if (isSearchBoxEmpty)
+    return false;
+  Triple const origin = Triple::of(position);
+  Triple const low = Triple::of(searchBoxLow);
+  Triple const high = Triple::of(searchBoxHigh);
+  // A box started at a NaN point bounds nothing.
+  if (!(low.x <= high.x && low.y <= high.y && low.z <= high.z))
+    return true;
+  auto const largest = [](Triple const& p) {
+    double const x = std::fabs(p.x), y = std::fabs(p.y), z = std::fabs(p.z);
+    double const xy = x > y ? x : y;
+    return xy > z ? xy : z;
+  };
+  double const boxScale = largest(low) > largest(high) ? largest(low) : largest(high);
+  double const scale = largest(origin) > boxScale ? largest(origin) : boxScale;
+  double const margin = (1.0 + scale) * 0x1p-16;
+  // The slabs of the enlarged box along the whole line; a NaN rejects nothing.
+  double enter = -std::numeric_limits<double>::infinity();
+  double leave = std::numeric_limits<double>::infinity();
+  auto const isInSlab = [&](double o, double d, double lo, double hi) {
+    lo -= margin;
+    hi += margin;
+    if (d == 0.0)
+      return !(o < lo || o > hi);
+    double const t1 = (lo - o) / d;
+    double const t2 = (hi - o) / d;
+    if ((t1 < t2 ? t1 : t2) > enter)
+      enter = t1 < t2 ? t1 : t2;
+    if ((t1 < t2 ? t2 : t1) < leave)
+      leave = t1 < t2 ? t2 : t1;
+    return true;
+  };
+  return isInSlab(origin.x, direction.getdX(), low.x, high.x) &&
+         isInSlab(origin.y, direction.getdY(), low.y, high.y) &&
+         isInSlab(origin.z, direction.getdZ(), low.z, high.z) && !(enter > leave);
+}
+
+void RectMesh::expandSearchBox(Point const& x) {
+  if (!isSearchBoxValid)
+    return;
+  if (isSearchBoxEmpty) {
+    searchBoxLow = x;
+    searchBoxHigh = x;
+    isSearchBoxEmpty = false;
+    return;
+  }
+  searchBoxLow.setMin(x);
+  searchBoxHigh.setMax(x);
 }
 
 GridPoint RectMesh::getStartSearchPoint(Point const& position) const {

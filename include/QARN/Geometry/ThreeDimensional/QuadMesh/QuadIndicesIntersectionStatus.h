@@ -33,7 +33,9 @@ public:
   QuadIndicesIntersectionStatus() = default;
   QuadIndicesIntersectionStatus(RectMesh* quadMesh, Point const& quadPoint,
                                 TwoDimensional::Point<int> const& indices, bool isValid,
-                                QuadIntersectionData const& data, std::string const& fileName);
+                                QuadIntersectionData const& data, std::string const& fileName)
+      : quadMesh(quadMesh), quadPoint(quadPoint), indices(indices), isValid(isValid),
+        intersectionData(data), fileName(fileName) {}
   QuadIndicesIntersectionStatus(QuadIndicesIntersectionStatus const&) = default;
   QuadIndicesIntersectionStatus& operator=(QuadIndicesIntersectionStatus const&) = default;
 

@@ -15,7 +15,11 @@ public:
   /// distanceToObject is signed (negative behind the beam origin); angleToObjectNormal lies in
   /// [0, π], π meaning the beam runs exactly against the quad normal.
   QuadIntersectionData(double distanceToObject, double angleToObjectNormal,
-                       double distanceSqrToQuadCentre);
+                       double distanceSqrToQuadCentre)
+      : distanceToObject(distanceToObject),
+        angleToObjectNormal(isEnableFlipAngle ? getFlippedAngle(angleToObjectNormal)
+                                              : angleToObjectNormal),
+        distanceSqrToQuadCentre(distanceSqrToQuadCentre) {}
   QuadIntersectionData(QuadIntersectionData const&) = default;
   QuadIntersectionData& operator=(QuadIntersectionData const&) = default;
   virtual ~QuadIntersectionData() = default;
@@ -27,6 +31,9 @@ public:
   double getAngleError() const;
 
 private:
+  /// π − angle.
+  static double getFlippedAngle(double angle);
+
   double distanceToObject = 0.0;
   double angleToObjectNormal = 0.0;
   double distanceSqrToQuadCentre = 0.0;

@@ -8,6 +8,7 @@
 #include <QARN/Geometry/ThreeDimensional/QuadMesh/CanonicalAxis.h>
 #include <QARN/Geometry/ThreeDimensional/QuadMesh/CanonicalPlane.h>
 #include <QARN/Geometry/ThreeDimensional/QuadMesh/Edge.h>
+#include <QARN/Geometry/ThreeDimensional/QuadMesh/EdgeRule.h>
 #include <QARN/Geometry/ThreeDimensional/QuadMesh/QuadFileHeader.h>
 #include <QARN/Geometry/ThreeDimensional/QuadMesh/QuadIndicesEllipseIntersectionInfo.h>
 #include <QARN/Geometry/ThreeDimensional/QuadMesh/QuadIndicesIntersectionStatus.h>
@@ -341,18 +342,40 @@ private:
 public:
   // ---- Intersection search ----
 
+  /// The edge rule of every beam query in the process (see EdgeRule): the quad test, the walk,
+  /// mesh groups and cone footprints. Strict initially; any value other than Watertight acts as
+  /// Strict. Process-wide and unguarded, like maxDoNMoreTimes: set it before querying, not while
+  /// another thread queries.
+  static EdgeRule edgeRule;
+  static void setEdgeRule(EdgeRule rule) { edgeRule = rule; }
+  static EdgeRule getEdgeRule() { return edgeRule; }
+
   /// The quad that the ray position + t·direction meets, walking from the last hit (or, after
   /// a reset or with doFullSearch, from a coarse-to-fine start), at most 32 quads. Returned
   /// indices are flipped and offset; an inactive position gives an invalid record without a
-  /// mesh, indices (−1, −1) and measures (−1, −1, −1).
+  /// mesh, indices (−1, −1) and measures (−1, −1, −1). Under the watertight edge rule, where a
+  /// step leads next door, nowhere or off the valid quads, the walk first tries the eight
+  /// neighbours of its quad (once per quad), so that a beam on a shared edge or corner is found
+  /// in the neighbour that owns it, and a step off the valid quads keeps the part of it that
+  /// stays on them before it backs off.
+  ///
+  /// Speed, with the same records and state in every case: on a plain RectMesh (dynamic type
+  /// RectMesh itself) the search reads each quad's corners once, straight from storage, and a
+  /// search from scratch first tests the beam's line against the box of the valid points, kept
+  /// with the grid (rebuilt after init, clear, loads and transforms, grown by setPoint and
+  /// setPointFlags): a line missing it by a clear margin ends as the full search would, with
+  /// no hit and the search reset. Derived meshes, which may report other points than they
+  /// store, are read through getPoint and always searched in full. The record's file name is a
+  /// copy of the mesh's: names of up to 15 characters cost no allocation.
   QuadIndicesIntersectionStatus getIntersectionStatus(Point const& position,
                                                       Vector const& direction, bool doFullSearch);
   /// An incremental search, retried as a full search unless it gives a valid hit at an angle
   /// of at least π/2.
   QuadIndicesIntersectionStatus getIntersection(Point const& position, Vector const& direction);
-  /// The ray against quad indices, triangle by triangle (edges excluded). hitPoint receives
-  /// the plane intersection of the last triangle tried; data receives the measures of a hit
-  /// nearer than 10000. An invalid quad gives false and touches nothing.
+  /// The ray (the whole line: hits behind the origin count) against quad indices, triangle by
+  /// triangle, each triangle's inside decided by the edge rule. hitPoint receives the plane
+  /// intersection of the last triangle tried; data receives the measures of a hit nearer than
+  /// 10000. An invalid quad gives false and touches nothing.
   bool getDoesIntersectQuad(TwoDimensional::Point<int> const& indices, Point const& position,
                             Vector const& direction, Point& hitPoint,
                             QuadIntersectionData* data) const;
@@ -380,6 +403,14 @@ private:
   bool getWalkedIntersection(TwoDimensional::Point<int> const& start, Point const& position,
                              Vector const& direction, TwoDimensional::Point<int>& quad,
                              Point& hitPoint, QuadIntersectionData& data) const;
+  /// Whether the beam's line may pass through the grid: false only on a plain mesh (a derived
+  /// mesh may report other points than it stores) when the line misses the box of the valid
+  /// points by a margin of 2^−16·(1 + the largest absolute coordinate of the position and the
+  /// box), which is far more than the rounding of either quad test moves a hit, so that no
+  /// quad test could hold the beam. The box is rebuilt when stale.
+  bool getMayBeamMeetGrid(Point const& position, Vector const& direction);
+  /// Grows a current box of the search by a point that became valid.
+  void expandSearchBox(Point const& x);
   /// Rebuilds the lattice of start candidates for about U·V / cellsPerSearchPoint samples
   /// (at least 8) and returns its dimensions.
   void calculateSearchPoints(std::uint32_t const& cellsPerSearchPoint, std::uint32_t& numberU,
@@ -393,6 +424,13 @@ private:
   std::uint32_t numberOfSearchPointsV = 1;
   std::uint32_t searchPointBudget = 4096;
   std::vector<TwoDimensional::Point<int>> searchPoints;
+  /// Low and high corners of the box of the valid points; meaningful while isSearchBoxValid,
+  /// which grid rebuilds and transforms clear (setPoint and setPointFlags grow a valid box).
+  Point searchBoxLow;
+  Point searchBoxHigh;
+  bool isSearchBoxValid = false;
+  /// No point is valid: no beam can meet the grid.
+  bool isSearchBoxEmpty = true;
 
 public:
   // ---- .quads, OBJ and quad-area files ----
@@ -522,9 +560,12 @@ public:
   /// directionU, B along directionV; 1 on the positive side, 2 on the negative). The central
   /// ray starts at position along w = directionU × directionV; each side ray starts
   /// lateralOffset along its lateral direction and leans outwards by one lateral unit per
-  /// axialFactor units of w. Cell counts are truncated towards zero. False, info untouched,
-  /// when the quad is invalid, a ray runs parallel to the quad's plane, the quad is
-  /// degenerate or a result does not fit an int.
+  /// axialFactor units of w. With the strict edge rule cell counts are truncated towards zero,
+  /// so the cells on either side of the quad's corner both count as 0. With the watertight rule
+  /// cells are half-open, [i, i + 1) quad units / unity, so that every hit lies in exactly one
+  /// cell: the centre is the cell of the central hit and each axis the offset from it to the
+  /// cell of its side hit. False, info untouched, when the quad is invalid, a ray runs
+  /// parallel to the quad's plane, the quad is degenerate or a result does not fit an int.
   bool getConeIntersection(Point const& position, Vector const& directionU,
                            Vector const& directionV, double axialFactor, double lateralOffset,
                            TwoDimensional::Point<int> const& quadIndices, int unity,
