@@ -4,11 +4,16 @@
 // Every public class of the library.
 #include <QARN/Exception.h>
 #include <QARN/Geometry/ThreeDimensional/AffineMap.h>
+#include <QARN/Geometry/ThreeDimensional/BinarySpacePartition/InternalNode.h>
+#include <QARN/Geometry/ThreeDimensional/BinarySpacePartition/LeafNode.h>
+#include <QARN/Geometry/ThreeDimensional/BinarySpacePartition/Node.h>
 #include <QARN/Geometry/ThreeDimensional/BinarySpacePartition/Object.h>
+#include <QARN/Geometry/ThreeDimensional/BinarySpacePartition/Tree.h>
 #include <QARN/Geometry/ThreeDimensional/BoundingBoxAA.h>
 #include <QARN/Geometry/ThreeDimensional/LinearMap.h>
 #include <QARN/Geometry/ThreeDimensional/Plane.h>
 #include <QARN/Geometry/ThreeDimensional/Point.h>
+#include <QARN/Geometry/ThreeDimensional/PointCloud/Cloud.h>
 #include <QARN/Geometry/ThreeDimensional/QuadMesh/CanonicalAxis.h>
 #include <QARN/Geometry/ThreeDimensional/QuadMesh/CanonicalPlane.h>
 #include <QARN/Geometry/ThreeDimensional/QuadMesh/Edge.h>
