@@ -36,6 +36,11 @@
 #include <QARN/Geometry/ThreeDimensional/TriMesh/Mesh.h>
 #include <QARN/Geometry/ThreeDimensional/TriMesh/Triangle.h>
 #include <QARN/Geometry/ThreeDimensional/TriMesh/Vertex.h>
+#include <QARN/Geometry/ThreeDimensional/Utility/CylinderFit.h>
+#include <QARN/Geometry/ThreeDimensional/Utility/CylinderFitFunction.h>
+#include <QARN/Geometry/ThreeDimensional/Utility/EllipticParaboloidFit.h>
+#include <QARN/Geometry/ThreeDimensional/Utility/RealValuedVectorFunction.h>
+#include <QARN/Geometry/ThreeDimensional/Utility/SphereFit.h>
 #include <QARN/Geometry/ThreeDimensional/Utility/Utility.h>
 #include <QARN/Geometry/ThreeDimensional/Vector.h>
 #include <QARN/Geometry/TwoDimensional/BoundingBoxAA.h>
