@@ -14,6 +14,9 @@
 #include <QARN/Geometry/ThreeDimensional/Plane.h>
 #include <QARN/Geometry/ThreeDimensional/Point.h>
 #include <QARN/Geometry/ThreeDimensional/PointCloud/Cloud.h>
+#include <QARN/Geometry/ThreeDimensional/PointCloud/Registration.h>
+#include <QARN/Geometry/ThreeDimensional/PointCloud/RegistrationResult.h>
+#include <QARN/Geometry/ThreeDimensional/PointCloud/RegistrationSettings.h>
 #include <QARN/Geometry/ThreeDimensional/QuadMesh/CanonicalAxis.h>
 #include <QARN/Geometry/ThreeDimensional/QuadMesh/CanonicalPlane.h>
 #include <QARN/Geometry/ThreeDimensional/QuadMesh/Edge.h>
