@@ -4,6 +4,7 @@
 
 #include <QARN/Exception.h>
 #include <QARN/Geometry/ThreeDimensional/BinarySpacePartition/Tree.h>
+#include <QARN/Geometry/ThreeDimensional/Quaternion.h>
 #include <QARN/Geometry/ThreeDimensional/TriMesh/Mesh.h>
 #include <QARN/Geometry/ThreeDimensional/Utility/Utility.h>
 
@@ -239,6 +240,128 @@ Vector Registration::getClosestPoint(Point const& p, double* distance) const {
   return nearest;
 }
 
+namespace {
+
+/// A rigid map as a point of R⁷: its unit quaternion (a ≥ 0 for the first, then on the side of
+/// the previous one) and its translation.
+struct State {
+  double x[7];
+};
+
+State stateOf(AffineMap const& M, State const* previous) {
+  LinearMap const& R = M.getLinearMap();
+  double const trace = R.get(0, 0) + R.get(1, 1) + R.get(2, 2);
+  double q[4];
+  // Shepperd's choice: divide by the largest of the four candidates.
+  if (trace >= R.get(0, 0) && trace >= R.get(1, 1) && trace >= R.get(2, 2)) {
+    double const s = 2.0 * std::sqrt(std::max(1.0 + trace, 0.0));
+    q[0] = 0.25 * s;
+    q[1] = (R.get(2, 1) - R.get(1, 2)) / s;
+    q[2] = (R.get(0, 2) - R.get(2, 0)) / s;
+    q[3] = (R.get(1, 0) - R.get(0, 1)) / s;
+  } else {
+    std::uint32_t i = 0;
+    for (std::uint32_t k = 1; k < 3; ++k)
+      if (R.get(k, k) > R.get(i, i))
+        i = k;
+    std::uint32_t const j = (i + 1) % 3;
+    std::uint32_t const k = (i + 2) % 3;
+    double const s = 2.0 * std::sqrt(std::max(1.0 + R.get(i, i) - R.get(j, j) - R.get(k, k), 0.0));
+    q[0] = (R.get(k, j) - R.get(j, k)) / s;
+    q[1 + i] = 0.25 * s;
+    q[1 + j] = (R.get(j, i) + R.get(i, j)) / s;
+    q[1 + k] = (R.get(k, i) + R.get(i, k)) / s;
+  }
+  double side = q[0];
+  if (previous != nullptr)
+    side = q[0] * previous->x[0] + q[1] * previous->x[1] + q[2] * previous->x[2] +
+           q[3] * previous->x[3];
+  double const sign = side < 0.0 ? -1.0 : 1.0;
+  State state;
+  for (std::uint32_t k = 0; k < 4; ++k)
+    state.x[k] = sign * q[k];
+  for (std::uint32_t k = 0; k < 3; ++k)
+    state.x[4 + k] = M.getTranslation().get(k);
+  return state;
+}
+
+AffineMap mapOf(State const& state) {
+  LinearMap R;
+  Quaternion(state.x[0], state.x[1], state.x[2], state.x[3]).getRotation(R);
+  return AffineMap(R, Vector(state.x[4], state.x[5], state.x[6]));
+}
+
+double length(double const* v) {
+  double sum = 0.0;
+  for (std::uint32_t k = 0; k < 7; ++k)
+    sum += v[k] * v[k];
+  return std::sqrt(sum);
+}
+
+/// The cosine of the angle between two moves in R⁷.
+double cosine(double const* a, double const* b) {
+  double dot = 0.0;
+  for (std::uint32_t k = 0; k < 7; ++k)
+    dot += a[k] * b[k];
+  return dot / (length(a) * length(b));
+}
+
+/// The path of the last three states with their mean square distances, newest first, along which
+/// a step may be lengthened (Besl and McKay's accelerated iterative closest points): when the
+/// last moves point the same way (within 10 degrees), the next one goes on to where the parabola
+/// through the three mean squares along the path has its minimum (or the line through the last
+/// two its zero), at most 25 plain steps far.
+class Path {
+public:
+  void clear() { count = 0; }
+  void add(State const& state, double meanSquare) {
+    for (std::uint32_t k = 2; k > 0; --k) {
+      states[k] = states[k - 1];
+      errors[k] = errors[k - 1];
+    }
+    states[0] = state;
+    errors[0] = meanSquare;
+    count = std::min(count + 1, 3u);
+  }
+  /// How far to go along the plain step from states[0] to next, in its own length (1 = plain).
+  double getStretch(State const& next) const {
+    if (count < 3)
+      return 1.0;
+    double step[7];
+    double last[7];
+    double before[7];
+    for (std::uint32_t k = 0; k < 7; ++k) {
+      step[k] = next.x[k] - states[0].x[k];
+      last[k] = states[0].x[k] - states[1].x[k];
+      before[k] = states[1].x[k] - states[2].x[k];
+    }
+    double const plain = length(step);
+    double const aligned = std::cos(10.0 * 3.141592653589793 / 180.0);
+    if (!(plain > 0.0) || !(cosine(step, last) > aligned) || !(cosine(last, before) > aligned))
+      return 1.0;
+    // The mean squares e0, e1, e2 at path positions 0, −s1, −s2.
+    double const s1 = length(last);
+    double const s2 = s1 + length(before);
+    double const slope1 = (errors[0] - errors[1]) / s1;
+    double const slope2 = (errors[1] - errors[2]) / (s2 - s1);
+    double const curvature = (slope1 - slope2) / s2;
+    double const linearSlope = slope1 + curvature * s1;
+    double reach = 0.0;
+    if (curvature > 0.0)
+      reach = -linearSlope / (2.0 * curvature);
+    else if (errors[1] > errors[0])
+      reach = errors[0] * s1 / (errors[1] - errors[0]);
+    return std::clamp(reach / plain, 1.0, 25.0);
+  }
+
+private:
+  State states[3];
+  double errors[3] = {0.0, 0.0, 0.0};
+  std::uint32_t count = 0;
+};
+
+} // namespace
+
 RegistrationResult Registration::align(Cloud const& measured,
                                        RegistrationSettings const& settings) const {
   if (!(settings.overlap > 0.0 && settings.overlap <= 1.0) || !(settings.maxDistance > 0.0) ||
@@ -253,15 +376,11 @@ RegistrationResult Registration::align(Cloud const& measured,
   std::vector<double> distances(n);
   std::vector<std::uint32_t> pairs;
   pairs.reserve(n);
-  std::vector<Vector> from;
-  std::vector<Vector> to;
-  RegistrationResult result;
-  result.map = settings.initialMap;
-  RegistrationResult previous;
-  for (std::uint32_t step = 0;; ++step) {
+  // Pairs the points under map, keeps the closest share, and records the kept pairs' RMS.
+  auto const evaluate = [&](AffineMap const& map, RegistrationResult& result) {
     pairs.clear();
     for (std::uint32_t i = 0; i < n; ++i) {
-      moved[i] = result.map(position(measured.getPoint(i)));
+      moved[i] = map(position(measured.getPoint(i)));
       Point const q(moved[i].getdX(), moved[i].getdY(), moved[i].getdZ());
       double unused = 0.0;
       nearest[i] = reference->getClosest(q, unused);
@@ -282,14 +401,37 @@ RegistrationResult Registration::align(Cloud const& measured,
     double sum = 0.0;
     for (std::uint32_t const i : pairs)
       sum += distances[i] * distances[i];
+    result.map = map;
     result.rms = keep > 0 ? std::sqrt(sum / double(keep)) : 0.0;
     result.pairs = static_cast<std::uint32_t>(keep);
+  };
+
+  // The maps found are rigid maps after the initial one; steps may be lengthened along a
+  // straight path, and a lengthened step that raises the RMS distance is replaced by the plain
+  // one.
+  LinearMap identity;
+  identity.setAsIdentity();
+  AffineMap rigid(identity, Vector());
+  AffineMap plain = rigid;
+  bool stretched = false;
+  Path path;
+  std::vector<Vector> from;
+  std::vector<Vector> to;
+  RegistrationResult result;
+  RegistrationResult previous;
+  for (std::uint32_t step = 0;; ++step) {
+    evaluate(rigid * settings.initialMap, result);
+    if (stretched && result.rms > previous.rms) {
+      rigid = plain;
+      path.clear();
+      evaluate(rigid * settings.initialMap, result);
+    }
     result.iterations = step;
     if (settings.listener != nullptr) {
       settings.listener->setIteration(step);
       settings.listener->setValue("RMS distance", result.rms);
     }
-    if (keep < 3) {
+    if (result.pairs < 3) {
       result.stop = RegistrationResult::Stop::TooFewPairs;
       return result;
     }
@@ -310,8 +452,21 @@ RegistrationResult Registration::align(Cloud const& measured,
       from.push_back(moved[i]);
       to.push_back(nearest[i]);
     }
+    plain = PointSets::getRigidBodyMap(from.data(), to.data(), from.size()) * rigid;
+    State const current = stateOf(rigid, nullptr);
+    State const next = stateOf(plain, &current);
+    path.add(current, result.rms * result.rms);
+    double const stretch = path.getStretch(next);
+    stretched = stretch > 1.0;
+    if (stretched) {
+      State further = current;
+      for (std::uint32_t k = 0; k < 7; ++k)
+        further.x[k] += stretch * (next.x[k] - current.x[k]);
+      rigid = mapOf(further);
+    } else {
+      rigid = plain;
+    }
     previous = result;
-    result.map = PointSets::getRigidBodyMap(from.data(), to.data(), from.size()) * result.map;
   }
 }
 
