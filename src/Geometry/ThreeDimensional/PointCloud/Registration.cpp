@@ -1,5 +1,6 @@
 #include <QARN/Geometry/ThreeDimensional/PointCloud/Registration.h>
 
+#include <Geometry/ThreeDimensional/Utility/DenseSolvers.h>
 #include <Geometry/ThreeDimensional/Utility/PointSets.h>
 
 #include <QARN/Exception.h>
@@ -196,6 +197,7 @@ Vector Registration::Reference::getClosest(Point const& q, double& distance) con
   Vector nearest;
   std::vector<std::uint32_t> indices;
   std::vector<double> distances;
+  std::uint32_t examined = 0;
   for (std::uint32_t k = 8;; k *= 4) {
     std::uint32_t const count = std::min(k, total);
     std::uint32_t fixedIndices[8];
@@ -207,8 +209,8 @@ Vector Registration::Reference::getClosest(Point const& q, double& distance) con
     std::uint32_t* const index = count > 8 ? indices.data() : fixedIndices;
     double* const at = count > 8 ? distances.data() : fixedDistances;
     tree.getkNearestNeighbourIndices(count, q, index, at);
-    best = std::numeric_limits<double>::infinity();
-    for (std::uint32_t j = 0; j < count; ++j) {
+    // The first samples are those of the request before (at the same distances): not again.
+    for (std::uint32_t j = examined; j < count; ++j) {
       if (at[j] >= best + reach) {
         distance = best;
         return nearest;
@@ -219,6 +221,7 @@ Vector Registration::Reference::getClosest(Point const& q, double& distance) con
       distance = best;
       return nearest;
     }
+    examined = count;
   }
 }
 
@@ -242,13 +245,19 @@ Vector Registration::getClosestPoint(Point const& p, double* distance) const {
 
 namespace {
 
-/// A rigid map as a point of R⁷: its unit quaternion (a ≥ 0 for the first, then on the side of
-/// the previous one) and its translation.
+/// A rigid map as a point of R⁷, about a centre c and at a scale L (those of the cloud being
+/// aligned, so that both parts weigh alike): L times its unit quaternion (a ≥ 0 for the first,
+/// then on the side of the previous one), and how far it moves c.
 struct State {
-  double x[7];
+  double x[7] = {};
 };
 
-State stateOf(AffineMap const& M, State const* previous) {
+struct Frame {
+  Vector centre;
+  double scale = 1.0;
+};
+
+State stateOf(AffineMap const& M, Frame const& frame, State const* previous) {
   LinearMap const& R = M.getLinearMap();
   double const trace = R.get(0, 0) + R.get(1, 1) + R.get(2, 2);
   double q[4];
@@ -276,87 +285,84 @@ State stateOf(AffineMap const& M, State const* previous) {
   if (previous != nullptr)
     side = q[0] * previous->x[0] + q[1] * previous->x[1] + q[2] * previous->x[2] +
            q[3] * previous->x[3];
-  double const sign = side < 0.0 ? -1.0 : 1.0;
+  double const sign = side < 0.0 ? -frame.scale : frame.scale;
   State state;
   for (std::uint32_t k = 0; k < 4; ++k)
     state.x[k] = sign * q[k];
+  Vector const shift = M(frame.centre) - frame.centre;
   for (std::uint32_t k = 0; k < 3; ++k)
-    state.x[4 + k] = M.getTranslation().get(k);
+    state.x[4 + k] = shift.get(k);
   return state;
 }
 
-AffineMap mapOf(State const& state) {
+AffineMap mapOf(State const& state, Frame const& frame) {
   LinearMap R;
   Quaternion(state.x[0], state.x[1], state.x[2], state.x[3]).getRotation(R);
-  return AffineMap(R, Vector(state.x[4], state.x[5], state.x[6]));
+  Vector const shift(state.x[4], state.x[5], state.x[6]);
+  return AffineMap(R, frame.centre + shift - R * frame.centre);
 }
 
-double length(double const* v) {
-  double sum = 0.0;
-  for (std::uint32_t k = 0; k < 7; ++k)
-    sum += v[k] * v[k];
-  return std::sqrt(sum);
-}
-
-/// The cosine of the angle between two moves in R⁷.
-double cosine(double const* a, double const* b) {
-  double dot = 0.0;
-  for (std::uint32_t k = 0; k < 7; ++k)
-    dot += a[k] * b[k];
-  return dot / (length(a) * length(b));
-}
-
-/// The path of the last three states with their mean square distances, newest first, along which
-/// a step may be lengthened (Besl and McKay's accelerated iterative closest points): when the
-/// last moves point the same way (within 10 degrees), the next one goes on to where the parabola
-/// through the three mean squares along the path has its minimum (or the line through the last
-/// two its zero), at most 25 plain steps far.
-class Path {
+/// Anderson acceleration of the fixed-point iteration x ↦ G(x) that a plain step is (as in the
+/// AA-ICP of Pavlov, Ovchinnikov, Shabanov and Ivanov): from the last few states and their plain
+/// steps, the next state is the combination of the plain steps whose residuals G(x) − x combine
+/// to the least.
+class Anderson {
 public:
-  void clear() { count = 0; }
-  void add(State const& state, double meanSquare) {
-    for (std::uint32_t k = 2; k > 0; --k) {
-      states[k] = states[k - 1];
-      errors[k] = errors[k - 1];
+  static constexpr std::uint32_t depth = 5;
+
+  /// The next state from the current state x and its plain step g.
+  State next(State const& x, State const& g) {
+    State f;
+    for (std::uint32_t k = 0; k < 7; ++k)
+      f.x[k] = g.x[k] - x.x[k];
+    if (count > 0) {
+      // Shift in the differences from the previous state.
+      for (std::uint32_t j = std::min(count, depth - 1); j > 0; --j) {
+        dF[j] = dF[j - 1];
+        dG[j] = dG[j - 1];
+      }
+      for (std::uint32_t k = 0; k < 7; ++k) {
+        dF[0].x[k] = f.x[k] - lastF.x[k];
+        dG[0].x[k] = g.x[k] - lastG.x[k];
+      }
     }
-    states[0] = state;
-    errors[0] = meanSquare;
-    count = std::min(count + 1, 3u);
-  }
-  /// How far to go along the plain step from states[0] to next, in its own length (1 = plain).
-  double getStretch(State const& next) const {
-    if (count < 3)
-      return 1.0;
-    double step[7];
-    double last[7];
-    double before[7];
-    for (std::uint32_t k = 0; k < 7; ++k) {
-      step[k] = next.x[k] - states[0].x[k];
-      last[k] = states[0].x[k] - states[1].x[k];
-      before[k] = states[1].x[k] - states[2].x[k];
+    std::uint32_t const m = std::min(count, depth);
+    lastF = f;
+    lastG = g;
+    ++count;
+    State result = g;
+    if (m == 0)
+      return result;
+    // γ minimising |f − ΔF·γ|², by the normal equations, a little damped.
+    double normal[depth * depth];
+    double right[depth];
+    for (std::uint32_t r = 0; r < m; ++r) {
+      right[r] = dot(dF[r], f);
+      for (std::uint32_t c = 0; c < m; ++c)
+        normal[r * m + c] = dot(dF[r], dF[c]);
+      normal[r * m + r] *= 1.0 + 1e-10;
     }
-    double const plain = length(step);
-    double const aligned = std::cos(10.0 * 3.141592653589793 / 180.0);
-    if (!(plain > 0.0) || !(cosine(step, last) > aligned) || !(cosine(last, before) > aligned))
-      return 1.0;
-    // The mean squares e0, e1, e2 at path positions 0, −s1, −s2.
-    double const s1 = length(last);
-    double const s2 = s1 + length(before);
-    double const slope1 = (errors[0] - errors[1]) / s1;
-    double const slope2 = (errors[1] - errors[2]) / (s2 - s1);
-    double const curvature = (slope1 - slope2) / s2;
-    double const linearSlope = slope1 + curvature * s1;
-    double reach = 0.0;
-    if (curvature > 0.0)
-      reach = -linearSlope / (2.0 * curvature);
-    else if (errors[1] > errors[0])
-      reach = errors[0] * s1 / (errors[1] - errors[0]);
-    return std::clamp(reach / plain, 1.0, 25.0);
+    double gamma[depth];
+    if (!DenseSolvers::solveSymmetric(m, normal, right, gamma, 1e-14))
+      return result;
+    for (std::uint32_t j = 0; j < m; ++j)
+      for (std::uint32_t k = 0; k < 7; ++k)
+        result.x[k] -= gamma[j] * dG[j].x[k];
+    return result;
   }
 
 private:
-  State states[3];
-  double errors[3] = {0.0, 0.0, 0.0};
+  static double dot(State const& a, State const& b) {
+    double sum = 0.0;
+    for (std::uint32_t k = 0; k < 7; ++k)
+      sum += a.x[k] * b.x[k];
+    return sum;
+  }
+
+  State dF[depth];
+  State dG[depth];
+  State lastF;
+  State lastG;
   std::uint32_t count = 0;
 };
 
@@ -406,24 +412,26 @@ RegistrationResult Registration::align(Cloud const& measured,
     result.pairs = static_cast<std::uint32_t>(keep);
   };
 
-  // The maps found are rigid maps after the initial one; steps may be lengthened along a
-  // straight path, and a lengthened step that raises the RMS distance is replaced by the plain
-  // one.
+  // The maps found are rigid maps after the initial one; the plain steps are accelerated, and an
+  // accelerated step that raises the RMS distance is replaced by the plain one.
   LinearMap identity;
   identity.setAsIdentity();
   AffineMap rigid(identity, Vector());
   AffineMap plain = rigid;
-  bool stretched = false;
-  Path path;
+  bool accelerated = false;
+  Anderson anderson;
+  Frame frame;
+  PointSets::Principal const principal = PointSets::getPrincipal(measured);
+  frame.centre = settings.initialMap(principal.centroid);
+  frame.scale = principal.scale;
   std::vector<Vector> from;
   std::vector<Vector> to;
   RegistrationResult result;
   RegistrationResult previous;
   for (std::uint32_t step = 0;; ++step) {
     evaluate(rigid * settings.initialMap, result);
-    if (stretched && result.rms > previous.rms) {
+    if (accelerated && result.rms > previous.rms) {
       rigid = plain;
-      path.clear();
       evaluate(rigid * settings.initialMap, result);
     }
     result.iterations = step;
@@ -453,19 +461,10 @@ RegistrationResult Registration::align(Cloud const& measured,
       to.push_back(nearest[i]);
     }
     plain = PointSets::getRigidBodyMap(from.data(), to.data(), from.size()) * rigid;
-    State const current = stateOf(rigid, nullptr);
-    State const next = stateOf(plain, &current);
-    path.add(current, result.rms * result.rms);
-    double const stretch = path.getStretch(next);
-    stretched = stretch > 1.0;
-    if (stretched) {
-      State further = current;
-      for (std::uint32_t k = 0; k < 7; ++k)
-        further.x[k] += stretch * (next.x[k] - current.x[k]);
-      rigid = mapOf(further);
-    } else {
-      rigid = plain;
-    }
+    State const current = stateOf(rigid, frame, nullptr);
+    State const next = anderson.next(current, stateOf(plain, frame, &current));
+    rigid = mapOf(next, frame);
+    accelerated = true;
     previous = result;
   }
 }

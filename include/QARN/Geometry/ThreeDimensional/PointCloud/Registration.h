@@ -25,11 +25,14 @@ namespace PointCloud {
 /// One step: map every measured point by the current map; pair it with the nearest point of the
 /// reference (of its triangles, for a mesh); drop pairs farther apart than maxDistance; keep the
 /// overlap share of the closest; fit the rigid map between the kept pairs
-/// (Utility::getRigidBodyMap) and compose it onto the current map. The alignment stops when a
-/// step no longer lowers the RMS distance of the kept pairs by the tolerance, after
-/// maxIterations steps, or when fewer than three pairs are left; the result holds the map under
-/// which its RMS distance was measured (the map before the last step when that step raised the
-/// RMS distance, which trimming can do).
+/// (Utility::getRigidBodyMap) and compose it onto the current map. Plain steps slide slowly
+/// along smooth surfaces, so they are accelerated (Anderson acceleration of the step as a
+/// fixed-point map, as in AA-ICP, on the rigid map's quaternion and the move of the cloud's
+/// centroid); an accelerated step that raises the RMS distance is replaced by the plain one.
+/// The alignment stops when a step no longer lowers the RMS distance of the kept pairs by the
+/// tolerance, after maxIterations steps, or when fewer than three pairs are left; the result
+/// holds the map under which its RMS distance was measured (the map before the last step when
+/// that step raised the RMS distance, which trimming can do).
 ///
 /// Nearest points on a mesh are exact: the triangles are sampled (the vertices, and on
 /// triangles much longer than the mesh's typical edge a finer lattice) so that every point of a
