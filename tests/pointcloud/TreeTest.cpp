@@ -289,6 +289,21 @@ TEST(Tree, SplitsAtTheBoxCentreAlongTheMostBalancedAxis) {
   EXPECT_EQ(3u, tree.getNumberOfObjects());
 }
 
+// Points halving their distance to the origin build a tree deeper than a query's fixed list
+// of pending subtrees (the deepest ones underflow to coincident zeros): still exact.
+TEST(Tree, DeepTreesStayExact) {
+  Cloud cloud;
+  for (int i = 0; i < 400; ++i)
+    cloud.addPoint(Point(std::ldexp(1.0, -i), std::ldexp(1.0, -i / 2), 1.0 - std::ldexp(1.0, -i)));
+  Tree tree;
+  tree.construct(cloud);
+  EXPECT_GT(tree.getDepth(), Tree::fixedDepth);
+  for (int i = 0; i < 400; i += 13)
+    for (std::uint32_t const k : {1u, 3u, 30u})
+      expectBruteForce(tree, cloud, cloud.getPoint(i), k);
+  expectBruteForce(tree, cloud, Point(0, 0, 1), 5);
+}
+
 TEST(Tree, BadArgumentsAndNodeSetters) {
   Tree tree;
   std::vector<Object*> objects(2, nullptr);

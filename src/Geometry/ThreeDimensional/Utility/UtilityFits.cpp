@@ -66,14 +66,23 @@ bool fitCircle(std::vector<Vector> const& points, double& cx, double& cy, double
   return true;
 }
 
-/// Value i: the distance of point i from the centre (x0, x1, x2) less the radius x3.
-class SphereFunction : public RealValuedVectorFunction {
+/// A function with one value per point of a list it holds by reference.
+class PointsFunction : public RealValuedVectorFunction {
 public:
-  explicit SphereFunction(std::vector<Vector> const& points) : points(points) {}
-  std::uint32_t getNumberOfVariables() const override { return 4; }
+  explicit PointsFunction(std::vector<Vector> const& points) : points(points) {}
   std::uint32_t getNumberOfValues() const override {
     return static_cast<std::uint32_t>(points.size());
   }
+
+protected:
+  std::vector<Vector> const& points;
+};
+
+/// Value i: the distance of point i from the centre (x0, x1, x2) less the radius x3.
+class SphereFunction : public PointsFunction {
+public:
+  using PointsFunction::PointsFunction;
+  std::uint32_t getNumberOfVariables() const override { return 4; }
   void evaluate(double const* x, std::uint32_t first, std::uint32_t count, double* values,
                 double* jacobian) const override {
     Vector const centre(x[0], x[1], x[2]);
@@ -91,20 +100,14 @@ public:
       row[3] = -1.0;
     }
   }
-
-private:
-  std::vector<Vector> const& points;
 };
 
 /// Value i: h − (a·u² + b·v²) for point i in the paraboloid's frame (u, v, h) = Rᵀ·(p − c), R
 /// the rotation about X, Y and Z by (x0, x1, x2) in turn, c = (x3, x4, x5), a = x6, b = x7.
-class ParaboloidFunction : public RealValuedVectorFunction {
+class ParaboloidFunction : public PointsFunction {
 public:
-  explicit ParaboloidFunction(std::vector<Vector> const& points) : points(points) {}
+  using PointsFunction::PointsFunction;
   std::uint32_t getNumberOfVariables() const override { return 8; }
-  std::uint32_t getNumberOfValues() const override {
-    return static_cast<std::uint32_t>(points.size());
-  }
   void evaluate(double const* x, std::uint32_t first, std::uint32_t count, double* values,
                 double* jacobian) const override {
     Vector const angles(x[0], x[1], x[2]);
@@ -138,9 +141,6 @@ public:
       row[7] = -v * v;
     }
   }
-
-private:
-  std::vector<Vector> const& points;
 };
 
 /// Root mean square from a sum of squares over n values, in the units of the original points.
