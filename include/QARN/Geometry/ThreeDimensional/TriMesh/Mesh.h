@@ -64,6 +64,10 @@ public:
   std::string const& getFileName() const { return fileName; }
   CutEdgeIndices const& getCutEdgeIndices() const { return cutEdgeIndices; }
 
+  // Progress; the pointers are held, never owned.
+  void setProgressListener(ProgressListener* listener) { progressListener = listener; }
+  void setProgressTerminator(ProgressTerminator* terminator) { progressTerminator = terminator; }
+
   // Construction from a point cloud (MeshFromCloud.cpp).
   /// Replaces the mesh's contents (file name and cut pairs cleared) with a triangulation of a
   /// scan-like cloud: a height field over the points' best-fit plane. The points are projected
@@ -81,10 +85,6 @@ public:
   /// non-finite point", "Point cloud does not span a surface" (the points project onto a line)
   /// or "Edge length limit leaves no triangle"; the mesh is left empty then.
   void construct(PointCloud::Cloud const& cloud, double maxEdgeLength);
-
-  // Progress; the pointers are held, never owned.
-  void setProgressListener(ProgressListener* listener) { progressListener = listener; }
-  void setProgressTerminator(ProgressTerminator* terminator) { progressTerminator = terminator; }
 
 private:
   friend struct MeshTestAccess;
