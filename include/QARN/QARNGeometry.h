@@ -4,11 +4,19 @@
 // Every public class of the library.
 #include <QARN/Exception.h>
 #include <QARN/Geometry/ThreeDimensional/AffineMap.h>
+#include <QARN/Geometry/ThreeDimensional/BinarySpacePartition/InternalNode.h>
+#include <QARN/Geometry/ThreeDimensional/BinarySpacePartition/LeafNode.h>
+#include <QARN/Geometry/ThreeDimensional/BinarySpacePartition/Node.h>
 #include <QARN/Geometry/ThreeDimensional/BinarySpacePartition/Object.h>
+#include <QARN/Geometry/ThreeDimensional/BinarySpacePartition/Tree.h>
 #include <QARN/Geometry/ThreeDimensional/BoundingBoxAA.h>
 #include <QARN/Geometry/ThreeDimensional/LinearMap.h>
 #include <QARN/Geometry/ThreeDimensional/Plane.h>
 #include <QARN/Geometry/ThreeDimensional/Point.h>
+#include <QARN/Geometry/ThreeDimensional/PointCloud/Cloud.h>
+#include <QARN/Geometry/ThreeDimensional/PointCloud/Registration.h>
+#include <QARN/Geometry/ThreeDimensional/PointCloud/RegistrationResult.h>
+#include <QARN/Geometry/ThreeDimensional/PointCloud/RegistrationSettings.h>
 #include <QARN/Geometry/ThreeDimensional/QuadMesh/BoundaryExtensionAlgorithm.h>
 #include <QARN/Geometry/ThreeDimensional/QuadMesh/CanonicalAxis.h>
 #include <QARN/Geometry/ThreeDimensional/QuadMesh/CanonicalPlane.h>
@@ -35,6 +43,11 @@
 #include <QARN/Geometry/ThreeDimensional/TriMesh/Mesh.h>
 #include <QARN/Geometry/ThreeDimensional/TriMesh/Triangle.h>
 #include <QARN/Geometry/ThreeDimensional/TriMesh/Vertex.h>
+#include <QARN/Geometry/ThreeDimensional/Utility/CylinderFit.h>
+#include <QARN/Geometry/ThreeDimensional/Utility/CylinderFitFunction.h>
+#include <QARN/Geometry/ThreeDimensional/Utility/EllipticParaboloidFit.h>
+#include <QARN/Geometry/ThreeDimensional/Utility/RealValuedVectorFunction.h>
+#include <QARN/Geometry/ThreeDimensional/Utility/SphereFit.h>
 #include <QARN/Geometry/ThreeDimensional/Utility/Utility.h>
 #include <QARN/Geometry/ThreeDimensional/Vector.h>
 #include <QARN/Geometry/TwoDimensional/BoundingBoxAA.h>

@@ -19,6 +19,12 @@
 #include <utility>
 #include <vector>
 
+namespace QARN::Geometry::ThreeDimensional {
+namespace PointCloud {
+class Cloud;
+}
+} // namespace QARN::Geometry::ThreeDimensional
+
 namespace QARN::Geometry::ThreeDimensional::TriMesh {
 
 /// A triangle mesh of an inspected surface. Connectivity lives in the triangles; they are reached
@@ -143,6 +149,24 @@ public:
   // Progress; the pointers are held, never owned.
   void setProgressListener(ProgressListener* listener) { progressListener = listener; }
   void setProgressTerminator(ProgressTerminator* terminator) { progressTerminator = terminator; }
+
+  // Construction from a point cloud (MeshFromCloud.cpp).
+  /// Replaces the mesh's contents (file name and cut pairs cleared) with a triangulation of a
+  /// scan-like cloud: a height field over the points' best-fit plane. The points are projected
+  /// onto that plane and triangulated there (Delaunay, on a grid of 2^24 steps across the
+  /// larger extent: points that fall on one grid node keep only the first in cloud order).
+  /// Triangles with a side longer than maxEdgeLength (in 3-D) are removed where they reach the
+  /// outline, through one another, so that the limit carves the outline in but leaves no holes
+  /// inside; of the pieces left, the one with the most triangles is kept (the first found on a
+  /// tie). The result is one edge-connected piece with a single boundary loop, manifold and
+  /// without vertices where two fans touch, ready for flattening. Its vertices are the points
+  /// it uses, in cloud order; triangles turn counter-clockwise about the plane's normal, which
+  /// is chosen with a positive Z component (else Y, else X); vertex normals are computed.
+  /// +infinity means no limit (the convex hull). Throws QARN::Exception "Invalid edge length
+  /// limit" (NaN or not positive), "Too few points" (fewer than three), "Point cloud holds a
+  /// non-finite point", "Point cloud does not span a surface" (the points project onto a line)
+  /// or "Edge length limit leaves no triangle"; the mesh is left empty then.
+  void construct(PointCloud::Cloud const& cloud, double maxEdgeLength);
 
 private:
   friend struct MeshTestAccess;
